@@ -1,0 +1,44 @@
+# Shared helpers for the subsystem folders.
+
+# Adds each listed folder that has a CMakeLists.txt, so subsystems can land one at a time.
+function(brisko_add_subdirectories)
+  foreach(dir IN LISTS ARGN)
+    if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${dir}/CMakeLists.txt)
+      add_subdirectory(${dir})
+    endif()
+  endforeach()
+endfunction()
+
+# brisko_add_test(NAME SOURCES files... LIBS libs... [LABELS l...] [ENV k=v...] [TIMEOUT s])
+# One QtTest executable registered with CTest. Label "x11" needs the test display,
+# "dbus" the private system bus; everything else runs offscreen.
+function(brisko_add_test name)
+  cmake_parse_arguments(T "" "TIMEOUT" "SOURCES;LIBS;LABELS;ENV" ${ARGN})
+  add_executable(${name} ${T_SOURCES})
+  target_link_libraries(${name} PRIVATE Qt6::Test ${T_LIBS})
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+  add_test(NAME ${name} COMMAND ${name})
+  if(NOT T_TIMEOUT)
+    set(T_TIMEOUT 120)
+  endif()
+  set(env "QT_QPA_PLATFORM=offscreen" "QTWEBENGINE_CHROMIUM_FLAGS=--no-sandbox"
+          "BRISKO_BUNDLE_DIR=${BRISKO_BUNDLE_DIR}" "BRISKO_SOURCE_DIR=${PROJECT_SOURCE_DIR}"
+          "BRISKO_TEST_BIN_DIR=${CMAKE_BINARY_DIR}/tests" ${T_ENV})
+  if("x11" IN_LIST T_LABELS)
+    list(REMOVE_ITEM env "QT_QPA_PLATFORM=offscreen")
+    list(APPEND env "QT_QPA_PLATFORM=xcb")
+  endif()
+  set_tests_properties(${name} PROPERTIES TIMEOUT ${T_TIMEOUT} ENVIRONMENT "${env}" LABELS "${T_LABELS}")
+endfunction()
+
+# A helper executable that tests start as a child process.
+function(brisko_add_test_helper name)
+  add_executable(${name} ${ARGN})
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+endfunction()
+
+# An executable that belongs in the application bundle.
+function(brisko_add_bundle_executable name)
+  add_executable(${name} ${ARGN})
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${BRISKO_BUNDLE_DIR})
+endfunction()
