@@ -1,0 +1,38 @@
+#pragma once
+// BKKit: the device kit of the automation runtime. Class methods only; each lives in the
+// kit source file of its service (geometry, capture, touch_monitor, touch_socket, spawn).
+
+#include <QImage>
+#include <QString>
+#include <QStringList>
+
+#include <cstdint>
+#include <functional>
+
+namespace brisko {
+
+// phase: 0 began, 1 moved, 2 ended; x, y in logical points of the current orientation.
+using BKTouchCallback = std::function<void(int phase, double x, double y)>;
+
+class BKKit {
+public:
+    BKKit() = delete;
+
+    // One-time set-up of the shared screen description; every class method calls it first.
+    static void initialize();
+
+    // Screen capture: upright B,G,R,A pixels valid until the next capture; null when unavailable.
+    static const uint8_t* captureScreenRaw(int32_t* width, int32_t* height, int32_t* bytesPerRow);
+    static QImage captureScreen();
+
+    // Touch monitoring of the device's touchscreens; the callback runs on the main thread.
+    static void startTouchMonitorWithCallback(BKTouchCallback callback);
+    static void stopTouchMonitor();
+    static void setFloatingBallRemoteTouchEnabled(bool enabled);
+
+    // Starts path as the superuser in a new session with an empty environment; child pid or -1.
+    static int32_t spawnAsRoot(const QString& path);
+    static int32_t spawnAsRoot(const QString& path, const QStringList& arguments);
+};
+
+} // namespace brisko
