@@ -1,8 +1,13 @@
 # Shared helpers for the subsystem folders.
 
 # Adds each listed folder that has a CMakeLists.txt, so subsystems can land one at a time.
+# BRISKO_SKIP (a regular expression over folder paths) leaves folders out of a local build.
 function(brisko_add_subdirectories)
   foreach(dir IN LISTS ARGN)
+    file(RELATIVE_PATH rel ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR}/${dir})
+    if(BRISKO_SKIP AND rel MATCHES "${BRISKO_SKIP}")
+      continue()
+    endif()
     if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${dir}/CMakeLists.txt)
       add_subdirectory(${dir})
     endif()
