@@ -11,7 +11,7 @@
 
 namespace brisko {
 
-// phase: 0 began, 1 moved, 2 ended; x, y in logical points of the current orientation.
+// phase: 0 began, 1 moved, 2 ended; x, y in 0..1 of the panel in its native portrait orientation.
 using BKTouchCallback = std::function<void(int phase, double x, double y)>;
 
 class BKKit {
