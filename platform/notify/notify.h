@@ -30,7 +30,8 @@ int registerDispatch(const QString& name, std::function<void(Token)> handler, To
 void cancel(Token token);
 
 // Blocks until the connection is up and the match rules of the observers added so far are in
-// place on the bus, or the time-out passes. For tests and start-up ordering.
+// place on the bus, or the time-out passes; the posts made before it have then reached the bus
+// too, so a process may post, wait and exit. For tests and start-up ordering.
 bool waitUntilReady(int timeoutMs);
 
 } // namespace brisko::notify
