@@ -1,0 +1,44 @@
+#pragma once
+// A stack of screens under a navigation bar. Owns the controllers pushed on it.
+
+#include "viewcontroller.h"
+
+#include <QList>
+
+namespace brisko::ui {
+
+class NavigationController : public ViewController {
+    Q_OBJECT
+    Q_PROPERTY(QObject* topController READ topObject NOTIFY topChanged)
+    Q_PROPERTY(QString backTitle READ backTitle NOTIFY topChanged)
+    Q_PROPERTY(int depth READ depth NOTIFY topChanged)
+
+public:
+    explicit NavigationController(ViewController* root, QObject* parent = nullptr);
+
+    void pushViewController(ViewController* controller, bool animated = true);
+    Q_INVOKABLE void popViewControllerAnimated(bool animated = true);
+    ViewController* topViewController() const;
+    QList<ViewController*> viewControllers() const;
+
+    QObject* topObject() const { return topViewController(); }
+    QString backTitle() const;
+    int depth() const { return int(m_stack.size()); }
+
+    // The screen on top decides the status bar's look.
+    virtual ViewController* childViewControllerForStatusBarStyle() const { return nullptr; }
+
+signals:
+    void pushed(QQuickItem* item, bool animated);
+    void popped(bool animated);
+    void topChanged();
+
+protected:
+    QUrl viewUrl() const override;
+    void viewDidLoad() override;
+
+private:
+    QList<QPointer<ViewController>> m_stack;
+};
+
+} // namespace brisko::ui

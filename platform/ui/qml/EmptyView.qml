@@ -1,0 +1,6 @@
+import QtQuick
+
+Rectangle {
+    property QtObject controller
+    color: "#FFFFFF"
+}

@@ -1,0 +1,91 @@
+import QtQuick
+import QtQuick.Controls.Basic
+import "."
+
+// Navigation bar over a stack of screens; the controller drives push and pop.
+Item {
+    id: root
+    property QtObject controller
+    readonly property real barHeight: 44
+    readonly property QtObject topController: controller ? controller.topController : null
+
+    StackView {
+        id: stack
+        anchors.fill: parent
+        anchors.topMargin: root.barHeight
+        clip: true
+    }
+
+    Connections {
+        target: root.controller
+        function onPushed(item, animated) {
+            stack.push(item, {}, animated ? StackView.PushTransition : StackView.Immediate)
+        }
+        function onPopped(animated) {
+            stack.pop(animated ? StackView.PopTransition : StackView.Immediate)
+        }
+    }
+
+    Rectangle {
+        id: bar
+        width: parent.width
+        height: root.barHeight
+        color: SystemColors.barBackground
+
+        Rectangle {
+            anchors.bottom: parent.bottom
+            width: parent.width
+            height: 0.5
+            color: SystemColors.separator
+        }
+
+        Text {
+            id: backButton
+            objectName: "navBackButton"
+            visible: root.controller && root.controller.depth > 1
+            anchors.left: parent.left
+            anchors.leftMargin: 8
+            anchors.verticalCenter: parent.verticalCenter
+            text: "‹ " + (root.controller ? root.controller.backTitle : "")
+            color: SystemColors.systemBlue
+            font.pixelSize: 17
+            MouseArea {
+                anchors.fill: parent
+                anchors.margins: -8
+                onClicked: root.controller.popViewControllerAnimated(true)
+            }
+        }
+
+        Text {
+            objectName: "navTitle"
+            anchors.centerIn: parent
+            width: Math.min(implicitWidth, parent.width - 180)
+            elide: Text.ElideRight
+            text: root.topController ? root.topController.title : ""
+            font.pixelSize: 17
+            font.weight: Font.DemiBold
+            color: SystemColors.label
+        }
+
+        Row {
+            anchors.right: parent.right
+            anchors.rightMargin: 16
+            anchors.verticalCenter: parent.verticalCenter
+            spacing: 16
+            Repeater {
+                model: root.topController ? root.topController.rightBarItems : []
+                delegate: Text {
+                    required property var modelData
+                    text: modelData.text || modelData.glyph || ""
+                    color: modelData.tint ? SystemColors.named(modelData.tint) : SystemColors.systemBlue
+                    font.pixelSize: 17
+                    MouseArea {
+                        anchors.fill: parent
+                        anchors.margins: -8
+                        onClicked: root.topController.barItemTapped(modelData.id)
+                    }
+                }
+            }
+        }
+    }
+}

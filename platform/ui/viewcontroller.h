@@ -1,0 +1,62 @@
+#pragma once
+// A screen: a C++ controller that owns the rules and texts, and a QML view bound to it.
+
+#include <QObject>
+#include <QPointer>
+#include <QUrl>
+#include <QVariantList>
+
+class QQuickItem;
+
+namespace brisko::ui {
+
+class AlertController;
+class NavigationController;
+
+class ViewController : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(QString title READ title WRITE setTitle NOTIFY titleChanged)
+    Q_PROPERTY(QVariantList rightBarItems READ rightBarItems NOTIFY rightBarItemsChanged)
+
+public:
+    explicit ViewController(QObject* parent = nullptr);
+    ~ViewController() override;
+
+    QString title() const { return m_title; }
+    void setTitle(const QString& title);
+
+    // Bar items: maps with "text" or "symbol", "tint" and "id"; a tap calls barItemTapped(id).
+    QVariantList rightBarItems() const { return m_rightBarItems; }
+    void setRightBarItems(const QVariantList& items);
+    Q_INVOKABLE virtual void barItemTapped(const QString& id) { Q_UNUSED(id); }
+
+    // The view, created from viewUrl() on first use with `controller` set to this.
+    QQuickItem* view();
+    bool isViewLoaded() const { return m_view != nullptr; }
+
+    NavigationController* navigationController() const;
+    void present(AlertController* alert);
+
+    // Called by the navigation controller as the view comes and goes.
+    virtual void viewDidLoad() {}
+    virtual void viewWillAppear(bool animated) { Q_UNUSED(animated); }
+    Q_INVOKABLE virtual void viewDidLayoutSubviews() {}
+
+signals:
+    void titleChanged();
+    void rightBarItemsChanged();
+
+protected:
+    virtual QUrl viewUrl() const;
+
+private:
+    friend class NavigationController;
+    QQuickItem* createView();
+
+    QString m_title;
+    QVariantList m_rightBarItems;
+    QQuickItem* m_view = nullptr;
+    QPointer<ViewController> m_navigationController; // the NavigationController holding this
+};
+
+} // namespace brisko::ui
