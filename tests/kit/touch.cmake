@@ -1,0 +1,1 @@
+brisko_add_test(tst_kit_touch_decoder SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_touch_decoder.cpp LIBS kit)

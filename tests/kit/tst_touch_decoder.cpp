@@ -1,0 +1,179 @@
+#include "kit/touch_decoder.h"
+
+#include <QtTest>
+
+#include <climits>
+#include <vector>
+
+using namespace brisko;
+
+namespace {
+
+using Events = std::vector<input_event>;
+using Reports = std::vector<TouchReport>;
+
+input_event ev(uint16_t type, uint16_t code, int32_t value) {
+    input_event e{};
+    e.type = type;
+    e.code = code;
+    e.value = value;
+    return e;
+}
+
+// Small builders for protocol-B frames; x in 0..1000, y in 0..2000 unless a test says otherwise.
+Events operator+(Events a, const Events& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+Events slot(int s) { return {ev(EV_ABS, ABS_MT_SLOT, s)}; }
+Events contact(int id) { return {ev(EV_ABS, ABS_MT_TRACKING_ID, id)}; }
+Events at(int x, int y) { return {ev(EV_ABS, ABS_MT_POSITION_X, x), ev(EV_ABS, ABS_MT_POSITION_Y, y)}; }
+Events atX(int x) { return {ev(EV_ABS, ABS_MT_POSITION_X, x)}; }
+Events syn() { return {ev(EV_SYN, SYN_REPORT, 0)}; }
+Events down(int s, int id, int x, int y) { return slot(s) + contact(id) + at(x, y) + syn(); }
+Events lift(int s) { return slot(s) + contact(-1) + syn(); }
+
+const TouchAxis kAxisX{0, 1000}, kAxisY{0, 2000};
+
+TouchSnapshot idle(size_t slotCount) {
+    return {0, std::vector<TouchSlot>(slotCount)};
+}
+
+Reports decode(TouchDecoder& decoder, const Events& events) {
+    Reports out;
+    for (const input_event& e : events)
+        if (auto r = decoder.feed(e)) out.push_back(*r);
+    return out;
+}
+
+QString describe(const Reports& reports) {
+    QStringList parts;
+    for (const TouchReport& r : reports) parts << QString("%1@(%2,%3)").arg(r.phase).arg(r.x).arg(r.y);
+    return parts.join(' ');
+}
+
+Reports R(std::initializer_list<TouchReport> list) { return list; }
+
+} // namespace
+
+Q_DECLARE_METATYPE(Events)
+Q_DECLARE_METATYPE(Reports)
+
+class TouchDecoderTest : public QObject {
+    Q_OBJECT
+private slots:
+    void framesBecomePhases_data() {
+        QTest::addColumn<Events>("events");
+        QTest::addColumn<Reports>("expected");
+        const Events a = down(0, 7, 500, 1000);
+        QTest::newRow("began") << a << R({{0, 0.5, 0.5}});
+        QTest::newRow("moved") << a + atX(250) + syn() << R({{0, 0.5, 0.5}, {1, 0.25, 0.5}});
+        QTest::newRow("ended where it left") << a + lift(0) << R({{0, 0.5, 0.5}, {2, 0.5, 0.5}});
+        QTest::newRow("began wins over its own position") << slot(0) + contact(3) + at(0, 2000) + syn()
+                                                          << R({{0, 0, 1}});
+        QTest::newRow("ended wins over a last move") << a + atX(1000) + contact(-1) + syn()
+                                                     << R({{0, 0.5, 0.5}, {2, 1, 0.5}});
+        QTest::newRow("nothing before the frame ends") << slot(0) + contact(1) + at(1, 1) << R({});
+        QTest::newRow("range only: tool and pressure")
+            << Events{ev(EV_KEY, BTN_TOOL_FINGER, 1), ev(EV_ABS, ABS_MT_PRESSURE, 30)} + syn() << R({});
+        QTest::newRow("pressure while down") << a + Events{ev(EV_ABS, ABS_MT_TOUCH_MAJOR, 9)} + syn()
+                                             << R({{0, 0.5, 0.5}});
+        QTest::newRow("other types and single-touch axes")
+            << Events{ev(EV_KEY, BTN_TOUCH, 1), ev(EV_MSC, MSC_TIMESTAMP, 5), ev(EV_REL, REL_X, 3),
+                      ev(EV_ABS, ABS_X, 10), ev(EV_ABS, ABS_Y, 10), ev(EV_SYN, SYN_MT_REPORT, 0)} +
+                   syn()
+            << R({});
+        QTest::newRow("same position is no move") << a + atX(500) + syn() << R({{0, 0.5, 0.5}});
+        QTest::newRow("lift without contact") << lift(0) << R({});
+        QTest::newRow("second finger joins and leaves")
+            << a + down(1, 8, 0, 0) + slot(1) + at(100, 100) + syn() + lift(1) + lift(0)
+            << R({{0, 0.5, 0.5}, {2, 0.5, 0.5}});
+        QTest::newRow("first finger leaves first: the second takes over")
+            << a + down(1, 8, 0, 0) + lift(0) + slot(1) + atX(1000) + syn() + lift(1)
+            << R({{0, 0.5, 0.5}, {1, 0, 0}, {1, 1, 0}, {2, 1, 0}});
+        QTest::newRow("both fingers in one frame") << slot(2) + contact(4) + at(0, 0) + slot(3) + contact(5) +
+                                                          at(1000, 2000) + syn()
+                                                   << R({{0, 0, 0}});
+        QTest::newRow("slots out of range are ignored")
+            << slot(99) + contact(1) + at(1, 1) + syn() + slot(-1) + contact(2) + syn() << R({});
+        QTest::newRow("events of a dropped gap are discarded")
+            << a + Events{ev(EV_SYN, SYN_DROPPED, 0)} + atX(0) + contact(-1) + syn() << R({{0, 0.5, 0.5}});
+    }
+    void framesBecomePhases() {
+        QFETCH(Events, events);
+        QFETCH(Reports, expected);
+        TouchDecoder decoder(kAxisX, kAxisY, idle(4));
+        QCOMPARE(describe(decode(decoder, events)), describe(expected));
+    }
+
+    void normalisesByTheAxisRange_data() {
+        QTest::addColumn<int>("value");
+        QTest::addColumn<int>("minimum");
+        QTest::addColumn<int>("maximum");
+        QTest::addColumn<double>("expected");
+        QTest::newRow("zero-based") << 250 << 0 << 1000 << 0.25;
+        QTest::newRow("non-zero minimum") << 600 << 100 << 1100 << 0.5;
+        QTest::newRow("negative minimum") << 0 << -500 << 500 << 0.5;
+        QTest::newRow("minimum above maximum runs backwards") << 250 << 1000 << 0 << 0.75;
+        QTest::newRow("beyond the maximum") << 1200 << 0 << 1000 << 1.0;
+        QTest::newRow("below the minimum") << -5 << 0 << 1000 << 0.0;
+        QTest::newRow("empty range") << 5 << 5 << 5 << 0.0;
+        QTest::newRow("full 32-bit range") << 0 << INT_MIN << INT_MAX << 0.5;
+    }
+    void normalisesByTheAxisRange() {
+        QFETCH(int, value);
+        QFETCH(int, minimum);
+        QFETCH(int, maximum);
+        QFETCH(double, expected);
+        QVERIFY(qAbs(TouchDecoder::normalise(value, {minimum, maximum}) - expected) < 1e-9);
+    }
+
+    void axesAreIndependent() {
+        TouchDecoder decoder({100, 300}, {2000, 0}, idle(2));
+        const Reports r = decode(decoder, down(0, 1, 150, 500));
+        QCOMPARE(describe(r), describe(R({{0, 0.25, 0.75}})));
+    }
+
+    void aFingerAlreadyDownIsNotANewTouch() {
+        TouchSnapshot start = idle(2);
+        start.contacts[0] = {9, 500, 1000};
+        TouchDecoder decoder(kAxisX, kAxisY, start);
+        QCOMPARE(describe(decode(decoder, atX(0) + syn() + lift(0))), describe(R({{1, 0, 0.5}, {2, 0, 0.5}})));
+    }
+
+    void resyncAfterAGapReportsWhatChanged_data() {
+        QTest::addColumn<bool>("liftedDuringGap");
+        QTest::addColumn<Reports>("expected");
+        QTest::newRow("lifted") << true << R({{2, 0.5, 0.5}});
+        QTest::newRow("moved") << false << R({{1, 1, 1}});
+    }
+    void resyncAfterAGapReportsWhatChanged() {
+        QFETCH(bool, liftedDuringGap);
+        QFETCH(Reports, expected);
+        TouchDecoder decoder(kAxisX, kAxisY, idle(2));
+        decode(decoder, down(0, 1, 500, 1000) + Events{ev(EV_SYN, SYN_DROPPED, 0)});
+        QVERIFY(!decoder.needsResync());
+        decode(decoder, atX(900) + syn());
+        QVERIFY(decoder.needsResync());
+        TouchSnapshot now = idle(2);
+        now.contacts[0] = liftedDuringGap ? TouchSlot{-1, 500, 1000} : TouchSlot{1, 1000, 2000};
+        Reports got;
+        if (auto r = decoder.resync(now)) got.push_back(*r);
+        QVERIFY(!decoder.needsResync());
+        QCOMPARE(describe(got), describe(expected));
+    }
+
+    void garbageStreamsNeverCrash() {
+        TouchDecoder decoder(kAxisX, kAxisY, idle(3));
+        QRandomGenerator rng(8);
+        for (int i = 0; i < 200000; ++i) {
+            const uint16_t type = uint16_t(rng.bounded(5));
+            const uint16_t code = uint16_t(rng.bounded(0x40));
+            const auto report = decoder.feed(ev(type, code, int32_t(rng.generate())));
+            if (report) QVERIFY(report->phase >= 0 && report->phase <= 2 && report->x >= 0 && report->x <= 1);
+        }
+    }
+};
+
+QTEST_APPLESS_MAIN(TouchDecoderTest)
+#include "tst_touch_decoder.moc"
