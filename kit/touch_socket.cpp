@@ -60,11 +60,12 @@ int openTouchSocket(const std::string& path) {
     ::unlink(path.c_str()); // a stale file from an earlier process
     const int fd = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     if (fd < 0) return -1;
-    if (::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    // Credentials must be on before the first datagram can arrive.
+    if (!configureTouchSocket(fd) || ::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         ::close(fd);
         return -1;
     }
-    if (::chmod(path.c_str(), 0600) != 0 || !configureTouchSocket(fd)) {
+    if (::chmod(path.c_str(), 0600) != 0) {
         ::close(fd);
         ::unlink(path.c_str());
         return -1;

@@ -20,6 +20,8 @@ static_assert(sizeof(InjectedTouchMessage) == 9);
 
 // Read when the ball is shown: start the socket with it.
 extern std::atomic<bool> _fbRemoteTouchEnabled;
+extern std::atomic<bool> s_touchSockRunning; // the receive thread is wanted
+extern std::atomic<bool> s_touchSockDown;    // the last accepted message had the finger down
 
 void _startTouchSocket();
 void _stopTouchSocket(); // returns once the receive thread has ended

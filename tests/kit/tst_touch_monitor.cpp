@@ -1,0 +1,210 @@
+#include "kit/BKKit.h"
+#include "kit/touch_stream.h"
+#include "kit/touch_testing.h"
+
+#include <QtTest>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace brisko;
+
+namespace {
+
+struct Touch {
+    int phase;
+    double x, y;
+    bool onMainThread;
+};
+
+struct Recorder {
+    QList<Touch> touches;
+    BKTouchCallback callback() {
+        return [this](int phase, double x, double y) { touches.append({phase, x, y, isMain()}); };
+    }
+    static bool isMain() { return QThread::currentThread() == qApp->thread(); }
+    QString phases() const {
+        QString s;
+        for (const Touch& t : touches) s += QString::number(t.phase);
+        return s;
+    }
+};
+
+input_event ev(uint16_t type, uint16_t code, int32_t value) {
+    input_event e{};
+    e.type = type;
+    e.code = code;
+    e.value = value;
+    return e;
+}
+
+// A touch at (x, y) in device units (0..1000 by 0..2000): down, one move, up.
+std::vector<input_event> gesture(int x, int y) {
+    return {ev(EV_ABS, ABS_MT_TRACKING_ID, 1), ev(EV_ABS, ABS_MT_POSITION_X, x), ev(EV_ABS, ABS_MT_POSITION_Y, y),
+            ev(EV_SYN, SYN_REPORT, 0),         ev(EV_ABS, ABS_MT_POSITION_X, x + 1), ev(EV_SYN, SYN_REPORT, 0),
+            ev(EV_ABS, ABS_MT_TRACKING_ID, -1), ev(EV_SYN, SYN_REPORT, 0)};
+}
+
+bool writeAll(int fd, const void* data, size_t size) {
+    return ::write(fd, data, size) == ssize_t(size);
+}
+bool writeEvents(int fd, const std::vector<input_event>& events) {
+    return writeAll(fd, events.data(), events.size() * sizeof(input_event));
+}
+
+TouchSnapshot idle() {
+    return {0, std::vector<TouchSlot>(4)};
+}
+
+// Event nodes in the test folder are FIFOs; anything else is not a touchscreen.
+std::optional<TouchDeviceInfo> fifoProbe(int fd) {
+    struct stat st;
+    if (::fstat(fd, &st) != 0 || !S_ISFIFO(st.st_mode)) return std::nullopt;
+    return TouchDeviceInfo{{0, 1000}, {0, 2000}, idle()};
+}
+
+// A touchscreen node the test writes into; closing the writer is the device going away.
+struct FakeScreen {
+    QString path;
+    int writer = -1;
+    explicit FakeScreen(const QString& p) : path(p) {
+        if (::mkfifo(QFile::encodeName(p).constData(), 0600) == 0)
+            writer = ::open(QFile::encodeName(p).constData(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+    }
+    ~FakeScreen() {
+        unplug();
+        QFile::remove(path);
+    }
+    void unplug() {
+        if (writer >= 0) ::close(writer);
+        writer = -1;
+    }
+};
+
+} // namespace
+
+class TouchMonitorTest : public QObject {
+    Q_OBJECT
+    QTemporaryDir dir_;
+    Recorder rec_;
+
+    QString node(const char* name) const { return dir_.filePath(name); }
+
+private slots:
+    void initTestCase() {
+        QVERIFY(dir_.isValid());
+        _touchMonitorUseDevices(dir_.path(), fifoProbe);
+    }
+    void init() { rec_.touches.clear(); }
+    void cleanup() { BKKit::stopTouchMonitor(); }
+
+    void streamJoinsSplitRecordsAndReportsItsEnd() {
+        int fds[2];
+        QVERIFY(::pipe2(fds, O_NONBLOCK | O_CLOEXEC) == 0);
+        bool closed = false;
+        auto* stream = new TouchEventStream(
+            fds[0], TouchDecoder({0, 1000}, {0, 2000}, idle()),
+            [this](const TouchReport& r) { rec_.touches.append({r.phase, r.x, r.y, true}); }, nullptr,
+            [&closed] { closed = true; }, this);
+        const auto events = gesture(500, 1000);
+        const size_t bytes = events.size() * sizeof(input_event);
+        const auto* raw = reinterpret_cast<const char*>(events.data());
+        QVERIFY(writeAll(fds[1], raw, 13)); // mid-record
+        QTest::qWait(20);
+        QVERIFY(writeAll(fds[1], raw + 13, bytes - 13));
+        QTRY_COMPARE(rec_.phases(), QString("012"));
+        QCOMPARE(rec_.touches[0].x, 0.5);
+        ::close(fds[1]);
+        QTRY_VERIFY(closed);
+        QVERIFY(!stream->isOpen());
+        delete stream;
+    }
+
+    void streamReadsStateBackAfterAGap() {
+        int fds[2];
+        QVERIFY(::pipe2(fds, O_NONBLOCK | O_CLOEXEC) == 0);
+        int resyncs = 0;
+        TouchEventStream stream(
+            fds[0], TouchDecoder({0, 1000}, {0, 2000}, idle()),
+            [this](const TouchReport& r) { rec_.touches.append({r.phase, r.x, r.y, true}); },
+            [&resyncs](int) {
+                ++resyncs;
+                return std::optional(idle()); // the finger was lifted while events were lost
+            },
+            nullptr);
+        auto events = gesture(500, 1000);
+        events.resize(4); // down only
+        events.push_back(ev(EV_SYN, SYN_DROPPED, 0));
+        events.push_back(ev(EV_SYN, SYN_REPORT, 0));
+        QVERIFY(writeEvents(fds[1], events));
+        QTRY_COMPARE(rec_.phases(), QString("02"));
+        QCOMPARE(resyncs, 1);
+        ::close(fds[1]);
+    }
+
+    void followsTouchscreensThatComeAndGo() {
+        FakeScreen first(node("event0"));
+        QFile other(node("event7")); // not a touchscreen
+        QVERIFY(other.open(QIODevice::WriteOnly));
+        BKKit::startTouchMonitorWithCallback(rec_.callback());
+        QCOMPARE(_touchMonitorDeviceCount(), 1);
+        QVERIFY(writeEvents(first.writer, gesture(1000, 2000)));
+        QTRY_COMPARE(rec_.phases(), QString("012"));
+        QVERIFY(rec_.touches[0].onMainThread);
+        QCOMPARE(rec_.touches[0].x, 1.0);
+        QCOMPARE(rec_.touches[0].y, 1.0);
+
+        FakeScreen second(node("event1"));
+        QTRY_COMPARE(_touchMonitorDeviceCount(), 2);
+        QVERIFY(writeEvents(second.writer, gesture(0, 0)));
+        QTRY_COMPARE(rec_.phases(), QString("012012"));
+
+        QVERIFY(QFile::remove(first.path)); // node removed while its writer still exists
+        QTRY_COMPARE(_touchMonitorDeviceCount(), 1);
+        second.unplug();
+        QTRY_COMPARE(_touchMonitorDeviceCount(), 0);
+    }
+
+    void startingAgainOnlySwapsTheCallback() {
+        FakeScreen screen(node("event2"));
+        BKKit::startTouchMonitorWithCallback(rec_.callback());
+        QCOMPARE(_touchMonitorDeviceCount(), 1);
+        BKKit::startTouchMonitorWithCallback(nullptr); // ignored
+        Recorder other;
+        BKKit::startTouchMonitorWithCallback(other.callback());
+        QCOMPARE(_touchMonitorDeviceCount(), 1);
+        QVERIFY(writeEvents(screen.writer, gesture(10, 10)));
+        QTRY_COMPARE(other.phases(), QString("012"));
+        QCOMPARE(rec_.phases(), QString());
+    }
+
+    void stopEndsMonitoringAndAnotherStartBeginsAfresh() {
+        FakeScreen screen(node("event3"));
+        BKKit::startTouchMonitorWithCallback(rec_.callback());
+        BKKit::stopTouchMonitor();
+        QCOMPARE(_touchMonitorDeviceCount(), -1);
+        BKKit::stopTouchMonitor(); // twice is harmless
+        BKKit::startTouchMonitorWithCallback(rec_.callback());
+        QCOMPARE(_touchMonitorDeviceCount(), 1);
+        QVERIFY(writeEvents(screen.writer, gesture(10, 10)));
+        QTRY_COMPARE(rec_.phases(), QString("012"));
+    }
+
+    void stopFromInsideTheCallbackDeliversNothingMore() {
+        FakeScreen screen(node("event4"));
+        int calls = 0;
+        BKKit::startTouchMonitorWithCallback([&calls](int, double, double) {
+            ++calls;
+            BKKit::stopTouchMonitor(); // the ball hides on a button press
+        });
+        QVERIFY(writeEvents(screen.writer, gesture(10, 10)));
+        QTRY_COMPARE(calls, 1);
+        QTest::qWait(50);
+        QCOMPARE(calls, 1);
+        QCOMPARE(_touchMonitorDeviceCount(), -1);
+    }
+};
+
+QTEST_MAIN(TouchMonitorTest)
+#include "tst_touch_monitor.moc"
