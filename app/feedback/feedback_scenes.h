@@ -1,0 +1,8 @@
+#pragma once
+// Screenshot scenes for the toast ("toast") and the loading overlay ("loading").
+
+namespace brisko {
+
+void registerFeedbackScenes();
+
+} // namespace brisko
