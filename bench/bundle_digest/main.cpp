@@ -1,0 +1,129 @@
+// bench_bundle_digest: hashes a synthetic bundle of about 2,000 files and 200 MB with the bundle
+// digest, and the same file bytes in the same order with `cat | md5sum` and `cat | openssl md5`,
+// interleaved, warm cache; prints the medians and the ratios. With the application built, it
+// also times launches from process start to the first frame with that bundle deployed.
+
+#include "app/assets/digest.h"
+#include "bench/bundle_digest/first_frame.h"
+#include "bench/bundle_digest/sample_bundle.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <cstdio>
+
+using namespace brisko;
+using namespace brisko::bench;
+
+namespace {
+struct Options {
+    int files = 2000;
+    qint64 megabytes = 200;
+    int rounds = 5;
+    QString application;
+};
+
+Options parseOptions(const QCoreApplication& app) {
+    QCommandLineParser parser;
+    parser.addHelpOption();
+    parser.addOptions({{"files", "Files in the bundle.", "N", "2000"},
+                       {"megabytes", "Total size in MB.", "MB", "200"},
+                       {"rounds", "Timed rounds per tool.", "N", "5"},
+                       {"app", "Application to time to first frame.", "PATH", BRISKO_BUNDLE_DIR "/brisko"}});
+    parser.process(app);
+    return {parser.value("files").toInt(), parser.value("megabytes").toLongLong(), parser.value("rounds").toInt(),
+            parser.value("app")};
+}
+
+double median(QList<double> values) {
+    std::sort(values.begin(), values.end());
+    return values.isEmpty() ? 0 : values[values.size() / 2];
+}
+
+double timeOurDigest(const QString& root, QString& digest) {
+    QElapsedTimer clock;
+    clock.start();
+    BKMD5Context context;
+    BKMD5UpdateDirectoryTree(&context, root);
+    digest = context.finalHex();
+    return clock.nsecsElapsed() / 1e9;
+}
+
+// The peer reads the same files in the same order through a pipe, as a shell user would.
+double timePeer(const QString& hasher, const QList<QByteArray>& files) {
+    QStringList arguments{"-c", "cat -- \"$@\" | " + hasher + " >/dev/null", "sh"};
+    for (const QByteArray& file : files) arguments.append(QFile::decodeName(file));
+    QElapsedTimer clock;
+    clock.start();
+    QProcess process;
+    process.start("/bin/sh", arguments);
+    const bool ok = process.waitForFinished(-1) && process.exitCode() == 0;
+    return ok ? clock.nsecsElapsed() / 1e9 : -1;
+}
+
+struct Throughputs {
+    QList<double> ours, md5sum, openssl;
+};
+
+Throughputs measure(const QString& root, const SampleBundle& sample, int rounds, QString& digest) {
+    const double mb = sample.bytes / 1e6;
+    timeOurDigest(root, digest); // warm the page cache and the binaries
+    timePeer("md5sum", sample.files);
+    timePeer("openssl md5", sample.files);
+    Throughputs t;
+    for (int i = 0; i < rounds; ++i) {
+        t.ours.append(mb / timeOurDigest(root, digest));
+        t.md5sum.append(mb / timePeer("md5sum", sample.files));
+        t.openssl.append(mb / timePeer("openssl md5", sample.files));
+    }
+    return t;
+}
+
+void reportThroughput(const SampleBundle& sample, const Throughputs& t, const QString& digest) {
+    const double ours = median(t.ours), md5sum = median(t.md5sum), openssl = median(t.openssl);
+    std::printf("bundle: %lld files, %.1f MB of file content, digest %s\n", qlonglong(sample.files.size()),
+                sample.bytes / 1e6, qPrintable(digest));
+    std::printf("median of %lld warm rounds (MB/s):\n", qlonglong(t.ours.size()));
+    std::printf("  bundle digest        %8.1f\n", ours);
+    std::printf("  cat | md5sum         %8.1f\n", md5sum);
+    std::printf("  cat | openssl md5    %8.1f\n", openssl);
+    std::printf("ratio digest / md5sum       %.3f  (target >= 0.95: %s)\n", ours / md5sum,
+                ours >= 0.95 * md5sum ? "met" : "NOT met");
+    std::printf("ratio digest / openssl md5  %.3f\n", ours / openssl);
+}
+
+void reportFirstFrame(const QString& application, const QString& root, int rounds) {
+    if (!QFileInfo(application).isExecutable()) {
+        std::printf("first frame: no application at %s, not measured\n", qPrintable(application));
+        return;
+    }
+    const QList<double> times = timeToFirstFrame(application, root, rounds);
+    if (times.isEmpty() || median(times) < 0) {
+        std::printf("first frame: %s reported no frame, not measured\n", qPrintable(application));
+        return;
+    }
+    std::printf("first frame (process start to first rendered frame, offscreen, bundle deployed):\n");
+    std::printf("  median of %lld launches  %.1f ms  (min %.1f, max %.1f)\n", qlonglong(times.size()),
+                median(times), *std::min_element(times.begin(), times.end()),
+                *std::max_element(times.begin(), times.end()));
+}
+} // namespace
+
+int main(int argc, char** argv) {
+    QCoreApplication app(argc, argv);
+    const Options options = parseOptions(app);
+    QTemporaryDir dir;
+    const QString root = dir.filePath("bundle");
+    writeSampleBundle(root, options.files, options.megabytes * 1000 * 1000);
+    const SampleBundle sample = listInDigestOrder(root);
+    QString digest;
+    const Throughputs t = measure(root, sample, options.rounds, digest);
+    reportThroughput(sample, t, digest);
+    reportFirstFrame(options.application, root, options.rounds);
+    return 0;
+}
