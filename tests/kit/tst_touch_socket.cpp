@@ -1,0 +1,224 @@
+#include "kit/BKKit.h"
+#include "kit/geometry_testing.h"
+#include "kit/touch_socket.h"
+#include "kit/touch_testing.h"
+#include "platform/dispatch/dispatch.h"
+
+#include <QtTest>
+
+#include <cmath>
+#include <limits>
+
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace brisko;
+
+namespace {
+
+struct Msg {
+    float x, y;
+    uint8_t down;
+};
+using Msgs = QList<Msg>;
+
+QByteArray wire(const Msg& m, int extra = 0) {
+    InjectedTouchMessage message{m.x, m.y, m.down};
+    return QByteArray(reinterpret_cast<const char*>(&message), sizeof message) + QByteArray(extra, '\x7f');
+}
+
+sockaddr_un addressOf(const std::string& path) {
+    sockaddr_un a{};
+    a.sun_family = AF_UNIX;
+    std::memcpy(a.sun_path, path.c_str(), std::min(path.size(), sizeof a.sun_path - 1));
+    return a;
+}
+
+bool sendDatagram(const std::string& path, const QByteArray& bytes) {
+    const int fd = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    const sockaddr_un a = addressOf(path);
+    const bool sent = ::sendto(fd, bytes.constData(), size_t(bytes.size()), 0, reinterpret_cast<const sockaddr*>(&a),
+                               sizeof a) == bytes.size();
+    ::close(fd);
+    return sent;
+}
+
+bool isOwnerOnlySocket(const std::string& path) {
+    struct stat st;
+    return ::lstat(path.c_str(), &st) == 0 && S_ISSOCK(st.st_mode) && (st.st_mode & 0777) == 0600;
+}
+
+bool receiveThreadExists() {
+    const QDir tasks("/proc/self/task");
+    for (const QString& task : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile comm(tasks.filePath(task + "/comm"));
+        if (comm.open(QIODevice::ReadOnly) && comm.readAll().trimmed() == "bk_touch_sock") return true;
+    }
+    return false;
+}
+
+// Everything queued to the main thread before this call has run when it returns.
+void drainMainQueue() {
+    bool done = false;
+    dispatchMainAsync([&done] { done = true; });
+    QTRY_VERIFY(done);
+}
+
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+constexpr float kInf = std::numeric_limits<float>::infinity();
+
+} // namespace
+
+Q_DECLARE_METATYPE(Msgs)
+
+class TouchSocketTest : public QObject {
+    Q_OBJECT
+    QTemporaryDir dir_;
+    std::string path_;
+    QStringList touches_;
+    bool offMainThread_ = false;
+
+    void record(int phase, double x, double y) {
+        if (QThread::currentThread() != qApp->thread()) offMainThread_ = true;
+        touches_ << QString("%1@%2,%3").arg(phase).arg(x, 0, 'g', 4).arg(y, 0, 'g', 4);
+    }
+    void startAndWait() {
+        _startTouchSocket();
+        QTRY_VERIFY(isOwnerOnlySocket(path_));
+    }
+    void send(const Msg& m, int extra = 0) { QVERIFY(sendDatagram(path_, wire(m, extra))); }
+
+private slots:
+    void initTestCase() {
+        QVERIFY(dir_.isValid());
+        path_ = dir_.filePath("touch.sock").toStdString();
+        _touchSocketUsePath(path_);
+        _touchMonitorUseDevices(dir_.filePath("no-devices"), _probeTouchscreen);
+        _bkSetScreenForTesting({390, 844}, 2, 0);
+        BKKit::startTouchMonitorWithCallback([this](int p, double x, double y) { record(p, x, y); });
+    }
+    void init() {
+        touches_.clear();
+        s_touchSockDown = false;
+    }
+    void cleanup() {
+        _stopTouchSocket();
+        _bkSetScreenForTesting({390, 844}, 2, 0);
+    }
+
+    void messagesBecomePhases_data() {
+        QTest::addColumn<Msgs>("messages");
+        QTest::addColumn<QStringList>("expected");
+        const Msg d1{10, 10, 1}, d2{20, 20, 1}, up{20, 20, 0};
+        const QString at1 = "0.01282,0.005924", at2 = "0.02564,0.01185";
+        QTest::newRow("down down up") << Msgs{d1, d2, up} << QStringList{"0@" + at1, "1@" + at2, "2@" + at2};
+        QTest::newRow("up without down") << Msgs{up} << QStringList{};
+        QTest::newRow("two ups, one ended") << Msgs{d1, up, up} << QStringList{"0@" + at1, "2@" + at2};
+        QTest::newRow("pixels through the scale") << Msgs{{390, 844, 1}} << QStringList{"0@0.5,0.5"};
+        QTest::newRow("any non-zero byte is down") << Msgs{{0, 0, 0xff}} << QStringList{"0@0,0"};
+        QTest::newRow("NaN changes nothing") << Msgs{{kNaN, 10, 1}, d1} << QStringList{"0@" + at1};
+        QTest::newRow("infinities change nothing") << Msgs{{kInf, 10, 1}, {10, -kInf, 1}, d1} << QStringList{"0@" + at1};
+        QTest::newRow("huge values change nothing")
+            << Msgs{{1e9f, 10, 1}, {10, -3.4e38f, 1}, d1} << QStringList{"0@" + at1};
+        QTest::newRow("a hostile up keeps the finger down") << Msgs{d1, {kNaN, kNaN, 0}, d2}
+                                                            << QStringList{"0@" + at1, "1@" + at2};
+        QTest::newRow("slightly off screen is still a touch") << Msgs{{-2, 1700, 1}}
+                                                              << QStringList{"0@-0.002564,1.007"};
+    }
+    void messagesBecomePhases() {
+        QFETCH(Msgs, messages);
+        QFETCH(QStringList, expected);
+        for (const Msg& m : messages) {
+            const InjectedTouchMessage message{m.x, m.y, m.down};
+            _handleInjectedTouchMessage(&message);
+        }
+        _handleInjectedTouchMessage(nullptr);
+        drainMainQueue();
+        QCOMPARE(touches_, expected);
+    }
+
+    void aTouchWithoutAScreenIsDroppedButItsPhaseCounts() {
+        _bkSetScreenForTesting({0, 0}, 2, 0);
+        const InjectedTouchMessage down{10, 10, 1};
+        _handleInjectedTouchMessage(&down);
+        _bkSetScreenForTesting({390, 844}, 2, 0);
+        _handleInjectedTouchMessage(&down);
+        drainMainQueue();
+        QCOMPARE(touches_, QStringList{"1@0.01282,0.005924"});
+    }
+
+    void datagramsReachTheCallbackOnTheMainThread() {
+        QVERIFY(QFile(QString::fromStdString(path_)).open(QIODevice::WriteOnly)); // stale file
+        startAndWait();
+        QVERIFY(receiveThreadExists());
+        send({390, 844, 1});
+        send({0, 0, 1});
+        send({0, 0, 0});
+        QTRY_COMPARE(touches_, (QStringList{"0@0.5,0.5", "1@0,0", "2@0,0"}));
+        QVERIFY(!offMainThread_);
+    }
+
+    void onlyWholeMessagesCount() {
+        startAndWait();
+        QVERIFY(sendDatagram(path_, wire({100, 100, 1}).left(8)));
+        QVERIFY(sendDatagram(path_, QByteArray()));
+        send({390, 844, 1}, 3); // 12 bytes: the tail is ignored
+        QTRY_COMPARE(touches_.size(), 1);
+        QCOMPARE(touches_[0], QString("0@0.5,0.5"));
+    }
+
+    void stopEndsTheThreadAtOnceAndRemovesTheSocket() {
+        startAndWait();
+        _startTouchSocket(); // already running: nothing happens
+        QElapsedTimer timer;
+        timer.start();
+        _stopTouchSocket();
+        QVERIFY2(timer.elapsed() < 800, "stop waited for the receive time-out");
+        QVERIFY(!QFile::exists(QString::fromStdString(path_)));
+        QVERIFY(!receiveThreadExists());
+        QVERIFY(!s_touchSockRunning);
+        _stopTouchSocket(); // twice is harmless
+    }
+
+    void aFailedSetUpCanBeRetried() {
+        _touchSocketUsePath(dir_.filePath("missing/touch.sock").toStdString());
+        _startTouchSocket();
+        QTRY_VERIFY(!s_touchSockRunning);
+        _touchSocketUsePath(path_);
+        startAndWait();
+        send({390, 844, 1});
+        QTRY_COMPARE(touches_, QStringList{"0@0.5,0.5"});
+    }
+
+    // A child connects while it is still root, then becomes nobody and sends; it also tries the
+    // path itself as nobody, which the file mode must forbid.
+    void othersAreRefused() {
+        startAndWait();
+        const pid_t child = ::fork();
+        if (child == 0) {
+            const int fd = ::socket(AF_UNIX, SOCK_DGRAM, 0);
+            const sockaddr_un a = addressOf(path_);
+            if (::connect(fd, reinterpret_cast<const sockaddr*>(&a), sizeof a) != 0) ::_exit(3);
+            if (::setgid(65534) != 0 || ::setuid(65534) != 0) ::_exit(2);
+            const QByteArray bytes = wire({100, 100, 1});
+            if (::send(fd, bytes.constData(), size_t(bytes.size()), 0) != bytes.size()) ::_exit(4);
+            const int other = ::socket(AF_UNIX, SOCK_DGRAM, 0);
+            const bool refused = ::sendto(other, bytes.constData(), size_t(bytes.size()), 0,
+                                          reinterpret_cast<const sockaddr*>(&a), sizeof a) < 0 && errno == EACCES;
+            ::_exit(refused ? 0 : 5);
+        }
+        int status = 0;
+        QCOMPARE(::waitpid(child, &status, 0), child);
+        if (WEXITSTATUS(status) == 2) QSKIP("needs root to become another user");
+        QCOMPARE(WEXITSTATUS(status), 0);
+        send({390, 844, 1});
+        QTRY_COMPARE(touches_.size(), 1);
+        QCOMPARE(touches_[0], QString("0@0.5,0.5"));
+    }
+};
+
+QTEST_MAIN(TouchSocketTest)
+#include "tst_touch_socket.moc"
