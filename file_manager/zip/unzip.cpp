@@ -1,0 +1,176 @@
+#include "unzip.h"
+
+#include <climits>
+#include <map>
+#include <memory>
+#include <new>
+
+#include "archive_walk.h"
+#include "entry_name.h"
+#include "inflate.h"
+#include "mapped_archive.h"
+#include "safe_output.h"
+
+namespace brisko {
+namespace zip {
+namespace {
+
+// Byte ranges [local header, end of data) of the entries taken so far. An entry whose range
+// meets one of them is skipped: real archives never share bytes between entries, overlapping
+// zip bombs do.
+class TakenRanges {
+public:
+    bool take(uint64_t begin, uint64_t end)
+    {
+        auto next = ranges_.lower_bound(begin);
+        if (next != ranges_.end() && next->first < end)
+            return false;
+        if (next != ranges_.begin() && std::prev(next)->second > begin)
+            return false;
+        ranges_.emplace_hint(next, begin, end);
+        return true;
+    }
+
+private:
+    std::map<uint64_t, uint64_t> ranges_;
+};
+
+// Stops a streamed entry that writes more than it declared or than the disk can spare.
+class FileSink final : public InflateSink {
+public:
+    FileSink(OutputFile& file, uint64_t declared) : file_(file), remaining_(declared) {}
+    bool consume(const uint8_t* bytes, size_t length) override
+    {
+        if (length > remaining_)
+            return false;
+        remaining_ -= length;
+        return file_.write(bytes, length);
+    }
+
+private:
+    OutputFile& file_;
+    uint64_t remaining_;
+};
+
+class Extractor {
+public:
+    Extractor(const MappedArchive& archive, std::string destination, const UnzipLimits& limits)
+        : archive_(archive),
+          destinationLength_(destination.size()),
+          tree_(std::move(destination)),
+          guard_(FreeSpaceFloor{limits.minFreeBytes, limits.minFreePercent})
+    {
+    }
+
+    void extract(const CentralEntry& entry);
+
+private:
+    void writeStored(int folder, std::string_view name, const uint8_t* data, uint32_t length);
+    void writeDeflated(int folder, std::string_view name, const uint8_t* data, const CentralEntry& entry);
+    uint8_t* buffer();
+
+    const MappedArchive& archive_;
+    size_t destinationLength_;
+    OutputTree tree_;
+    FreeSpaceGuard guard_;
+    TakenRanges taken_;
+    Inflater inflater_;
+    // One buffer serves both the one-piece output (declared size + 1) and the stream.
+    std::unique_ptr<uint8_t[]> buffer_;
+    bool bufferFailed_ = false;
+};
+
+uint8_t* Extractor::buffer()
+{
+    if (!buffer_ && !bufferFailed_) {
+        buffer_.reset(new (std::nothrow) uint8_t[kStreamBufferSize + 1]);
+        bufferFailed_ = !buffer_;
+    }
+    return buffer_.get();
+}
+
+void Extractor::extract(const CentralEntry& entry)
+{
+    const std::string name = decodeEntryName(entry.name);
+    if (classifyEntryName(name) != NameRule::Extract)
+        return;
+    const std::optional<uint64_t> dataStart = locateEntryData(archive_.data(), archive_.size(), entry);
+    if (!dataStart)
+        return;
+    if (!taken_.take(entry.localHeaderOffset, *dataStart + entry.compressedSize))
+        return;
+    const OutputName output = splitOutputName(name);
+    if (output.file.empty())
+        return;  // the name is only separators: the output would be the destination itself
+    size_t pathLength = destinationLength_ + 1 + output.file.size();
+    for (const std::string_view folder : output.folders)
+        pathLength += folder.size() + 1;
+    if (pathLength >= PATH_MAX)
+        return;  // no path-based tool could reach the file
+    const int folder = tree_.openFolder(output.folders);
+    if (folder < 0 || output.file == ".")
+        return;
+    const uint8_t* data = archive_.data() + *dataStart;
+    if (entry.method == 0)
+        writeStored(folder, output.file, data, entry.compressedSize);
+    else if (entry.method == 8)
+        writeDeflated(folder, output.file, data, entry);
+}
+
+void Extractor::writeStored(int folder, std::string_view name, const uint8_t* data, uint32_t length)
+{
+    OutputFile file(guard_);
+    if (file.create(folder, name) && file.write(data, length))
+        file.commit();
+}
+
+void Extractor::writeDeflated(int folder, std::string_view name, const uint8_t* data, const CentralEntry& entry)
+{
+    uint8_t* work = buffer();
+    if (!work)
+        return;
+    if (entry.uncompressedSize <= kOnePieceLimit) {
+        const std::optional<size_t> produced =
+            inflater_.inflateOnePiece(data, entry.compressedSize, work, entry.uncompressedSize);
+        if (!produced)
+            return;
+        OutputFile file(guard_);
+        if (file.create(folder, name) && file.write(work, *produced))
+            file.commit();
+        return;
+    }
+    OutputFile file(guard_);
+    if (!file.create(folder, name))
+        return;
+    FileSink sink(file, entry.uncompressedSize);
+    const StreamOutcome outcome = inflater_.inflateStream(data, entry.compressedSize, work, kStreamBufferSize, sink);
+    if (outcome == StreamOutcome::Complete || outcome == StreamOutcome::Truncated)
+        file.commit();
+}
+
+}  // namespace
+}  // namespace zip
+
+bool BKUnzipFile(const std::string& archivePath, const std::string& destinationFolder)
+{
+    return BKUnzipFile(archivePath, destinationFolder, UnzipLimits{});
+}
+
+bool BKUnzipFile(const std::string& archivePath, const std::string& destinationFolder, const UnzipLimits& limits)
+{
+    using namespace zip;
+    MappedArchive archive;
+    if (!archive.open(archivePath) || archive.size() < kEndRecordSize)
+        return false;
+    const std::optional<EndRecord> end = findEndRecord(archive.data(), archive.size());
+    if (!end)
+        return false;
+    Extractor extractor(archive, destinationFolder, limits);
+    CentralDirectoryWalk walk(archive.data(), archive.size(), *end);
+    CentralEntry entry;
+    while (walk.next(entry))
+        extractor.extract(entry);
+    return true;
+}
+
+}  // namespace brisko
