@@ -1,5 +1,6 @@
 // The screen as Qt sees it: start-up of the shared geometry and the orientation observer.
 #include "kit/BKKit.h"
+#include "kit/capture.h"
 #include "kit/geometry.h"
 #include "kit/geometry_testing.h"
 #include "platform/dispatch/dispatch.h"
@@ -77,6 +78,7 @@ void initializeOnce() {
     s_captureBaseLandscape = geometry.captureBaseLandscape;
     s_captureNativeSize = geometry.captureNativeSize;
     s_screenScale = geometry.scale;
+    _bkCaptureInitialize(screen);
     observeOrientation(screen);
 }
 

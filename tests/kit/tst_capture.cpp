@@ -1,0 +1,214 @@
+// Captures of the test display, drawn on by a plain X11 client of the test.
+#include "kit/BKKit.h"
+#include "kit/geometry.h"
+#include "kit/geometry_testing.h"
+
+#include <QtTest>
+
+#include <X11/Xlib.h>
+
+#include <cstring>
+#include <vector>
+
+using namespace brisko;
+
+namespace {
+
+constexpr QRgb kBackground = 0x203040;
+
+struct Patch {
+    QRect rect;
+    QRgb colour;
+};
+
+// Asymmetric on purpose: every quarter turn and mirror of this scene looks different.
+const Patch kScene[] = {
+    {QRect(10, 20, 100, 50), 0xFF0000},
+    {QRect(700, 5, 50, 31), 0x00FF00},
+    {QRect(33, 2000, 80, 41), 0x0000FF},
+    {QRect(500, 1200, 7, 9), 0xFFFFFF},
+};
+
+QRgb rgbAt(const uint8_t* pixels, int32_t stride, int x, int y) {
+    uint32_t pixel;
+    std::memcpy(&pixel, pixels + size_t(y) * size_t(stride) + size_t(x) * 4, 4);
+    return pixel;
+}
+
+QImage wrap(const uint8_t* pixels, int32_t width, int32_t height, int32_t stride) {
+    return QImage(pixels, width, height, stride, QImage::Format_ARGB32).copy();
+}
+
+} // namespace
+
+class CaptureTest : public QObject {
+    Q_OBJECT
+
+    Display* m_display = nullptr;
+    QSize m_root;
+    QImage m_upright; // the scene captured in quad 0
+
+    void fill(const QRect& rect, QRgb colour) {
+        GC gc = XCreateGC(m_display, DefaultRootWindow(m_display), 0, nullptr);
+        XSetForeground(m_display, gc, colour);
+        XFillRectangle(m_display, DefaultRootWindow(m_display), gc, rect.x(), rect.y(), unsigned(rect.width()),
+                       unsigned(rect.height()));
+        XFreeGC(m_display, gc);
+        XSync(m_display, False);
+    }
+
+    void drawScene() {
+        fill(QRect(QPoint(0, 0), m_root), kBackground);
+        for (const Patch& patch : kScene) fill(patch.rect, patch.colour);
+    }
+
+    void setQuad(int quad, bool landscapeBased = false) {
+        _bkSetScreenForTesting(s_screenPointSize, s_screenScale, quad);
+        _bkSetCaptureBaseForTesting(s_captureNativeSize, landscapeBased);
+    }
+
+private slots:
+    void initTestCase() {
+        m_display = XOpenDisplay(nullptr);
+        QVERIFY2(m_display, "needs the test display");
+        m_root = QSize(DisplayWidth(m_display, DefaultScreen(m_display)), DisplayHeight(m_display, DefaultScreen(m_display)));
+        BKKit::initialize();
+        QCOMPARE(s_captureNativeSize, QSizeF(m_root));
+        QCOMPARE(s_rotationQuad.load(), 0); // an unrotated output is upright whatever its shape
+        drawScene();
+    }
+
+    void cleanupTestCase() {
+        if (m_display) XCloseDisplay(m_display);
+    }
+
+    void uprightFrameIsTheScreen() {
+        setQuad(0);
+        int32_t width = 0, height = 0, stride = 0;
+        const uint8_t* pixels = BKKit::captureScreenRaw(&width, &height, &stride);
+        QVERIFY(pixels);
+        QCOMPARE(QSize(width, height), m_root);
+        QVERIFY(stride >= width * 4);
+        for (const Patch& patch : kScene) {
+            const QRect r = patch.rect;
+            for (const QPoint& inside : {r.topLeft(), r.bottomRight(), r.center()})
+                QCOMPARE(rgbAt(pixels, stride, inside.x(), inside.y()), 0xFF000000u | patch.colour);
+            for (const QPoint& outside : {r.topLeft() - QPoint(1, 1), r.bottomRight() + QPoint(1, 1)})
+                QCOMPARE(rgbAt(pixels, stride, outside.x(), outside.y()), 0xFF000000u | kBackground);
+        }
+        m_upright = wrap(pixels, width, height, stride);
+        for (int y = 0; y < height; y += 7)
+            for (int x = 0; x < width; ++x)
+                if (qAlpha(m_upright.pixel(x, y)) != 0xFF) QFAIL("a pixel is not opaque");
+    }
+
+    void everyQuad_data() {
+        QTest::addColumn<int>("quad");
+        QTest::addColumn<bool>("landscapeBased");
+        QTest::addColumn<int>("turns");
+        for (int quad = 0; quad < 4; ++quad)
+            QTest::newRow(qPrintable(QStringLiteral("quad %1").arg(quad))) << quad << false << quad;
+        QTest::newRow("landscape frames, quad 0") << 0 << true << 1;
+        QTest::newRow("landscape frames, quad 3") << 3 << true << 0;
+    }
+
+    void everyQuad() {
+        QFETCH(int, quad);
+        QFETCH(bool, landscapeBased);
+        QFETCH(int, turns);
+        QVERIFY(!m_upright.isNull());
+        setQuad(quad, landscapeBased);
+        int32_t width = 0, height = 0, stride = 0;
+        const uint8_t* pixels = BKKit::captureScreenRaw(&width, &height, &stride);
+        setQuad(0);
+        QVERIFY(pixels);
+        const QSize expected = turns % 2 ? m_root.transposed() : m_root;
+        QCOMPARE(QSize(width, height), expected);
+        QCOMPARE(stride, turns ? width * 4 : int32_t(m_upright.bytesPerLine()));
+        QCOMPARE(wrap(pixels, width, height, stride), m_upright.transformed(QTransform().rotate(90 * turns)));
+    }
+
+    // A point of the panel and the pixel a touch there maps to must show the same thing.
+    void touchMappingAgreesWithThePicture_data() {
+        QTest::addColumn<int>("quad");
+        for (int quad = 0; quad < 4; ++quad) QTest::newRow(qPrintable(QString::number(quad))) << quad;
+    }
+
+    void touchMappingAgreesWithThePicture() {
+        QFETCH(int, quad);
+        setQuad(quad);
+        int32_t width = 0, height = 0, stride = 0;
+        const uint8_t* pixels = BKKit::captureScreenRaw(&width, &height, &stride);
+        QVERIFY(pixels);
+        for (const Patch& patch : kScene) {
+            const QPointF panel = QPointF(patch.rect.center()) + QPointF(0.5, 0.5);
+            double x = 0, y = 0;
+            _physNormToLogical(&x, &y, panel.x() / m_root.width(), panel.y() / m_root.height());
+            const QPoint pixel(int(x * s_screenScale), int(y * s_screenScale));
+            QCOMPARE(rgbAt(pixels, stride, pixel.x(), pixel.y()), 0xFF000000u | patch.colour);
+        }
+        setQuad(0);
+    }
+
+    void frameStaysUntilTheNextCapture() {
+        setQuad(0);
+        int32_t width = 0, height = 0, stride = 0;
+        const uint8_t* first = BKKit::captureScreenRaw(&width, &height, &stride);
+        QVERIFY(first);
+        const QImage before = wrap(first, width, height, stride);
+        const QRect mark(300, 300, 20, 20);
+        fill(mark, 0x00FFFF);
+        QCOMPARE(wrap(first, width, height, stride), before);
+        const uint8_t* second = BKKit::captureScreenRaw(&width, &height, &stride);
+        QCOMPARE(second, first);
+        QCOMPARE(rgbAt(second, stride, mark.x(), mark.y()), 0xFF00FFFFu);
+        drawScene();
+    }
+
+    void rotationBufferIsReused() {
+        std::vector<const uint8_t*> frames;
+        for (int quad : {1, 1, 3, 2}) { // all need the same number of bytes
+            setQuad(quad);
+            frames.push_back(BKKit::captureScreenRaw(nullptr, nullptr, nullptr));
+        }
+        setQuad(0);
+        QVERIFY(frames[0]);
+        for (const uint8_t* frame : frames) QCOMPARE(frame, frames[0]);
+    }
+
+    void outputsAreOptional_data() {
+        QTest::addColumn<bool>("wantWidth");
+        QTest::addColumn<bool>("wantHeight");
+        QTest::addColumn<bool>("wantStride");
+        QTest::newRow("none") << false << false << false;
+        QTest::newRow("width only") << true << false << false;
+        QTest::newRow("height only") << false << true << false;
+        QTest::newRow("no stride") << true << true << false;
+        QTest::newRow("stride only") << false << false << true;
+    }
+
+    void outputsAreOptional() {
+        QFETCH(bool, wantWidth);
+        QFETCH(bool, wantHeight);
+        QFETCH(bool, wantStride);
+        setQuad(1);
+        int32_t width = -1, height = -1, stride = -1;
+        QVERIFY(BKKit::captureScreenRaw(wantWidth ? &width : nullptr, wantHeight ? &height : nullptr,
+                                        wantStride ? &stride : nullptr));
+        setQuad(0);
+        QCOMPARE(width, wantWidth ? m_root.height() : -1);
+        QCOMPARE(height, wantHeight ? m_root.width() : -1);
+        QCOMPARE(stride, wantStride ? m_root.height() * 4 : -1);
+    }
+
+    void imageIsTheUprightFrame() {
+        setQuad(3);
+        const QImage image = BKKit::captureScreen();
+        setQuad(0);
+        QCOMPARE(image.size(), m_root.transposed());
+        QCOMPARE(image.convertToFormat(QImage::Format_ARGB32), m_upright.transformed(QTransform().rotate(270)));
+    }
+};
+
+QTEST_MAIN(CaptureTest)
+#include "tst_capture.moc"
