@@ -11,6 +11,7 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QFileInfo>
+#include <QThread>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -84,8 +85,15 @@ Throughputs measure(const QString& root, const SampleBundle& sample, int rounds,
     return t;
 }
 
+// Other work on the machine slows the two-process pipelines more than the digest.
+QByteArray loadAverage() {
+    QFile file("/proc/loadavg");
+    return file.open(QIODevice::ReadOnly) ? file.readLine().trimmed() : QByteArray("unknown");
+}
+
 void reportThroughput(const SampleBundle& sample, const Throughputs& t, const QString& digest) {
     const double ours = median(t.ours), md5sum = median(t.md5sum), openssl = median(t.openssl);
+    std::printf("load average: %s (on %d cores)\n", loadAverage().constData(), QThread::idealThreadCount());
     std::printf("bundle: %lld files, %.1f MB of file content, digest %s\n", qlonglong(sample.files.size()),
                 sample.bytes / 1e6, qPrintable(digest));
     std::printf("median of %lld warm rounds (MB/s):\n", qlonglong(t.ours.size()));

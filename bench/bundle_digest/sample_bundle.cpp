@@ -11,7 +11,7 @@
 namespace brisko::bench {
 namespace {
 QByteArray randomBytes(std::mt19937_64& random, qint64 size) {
-    QByteArray bytes(size, Qt::Uninitialized);
+    QByteArray bytes(size, 0); // zeroed: the tail past the last whole word stays 0
     for (qint64 i = 0; i + 8 <= size; i += 8) {
         const quint64 word = random();
         memcpy(bytes.data() + i, &word, 8);
