@@ -19,13 +19,13 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QSaveFile>
 #include <QStringList>
 #include <QTimer>
 
 #include <unistd.h>
 
 #include <atomic>
+#include <cstdio>
 
 extern char** environ;
 
@@ -69,11 +69,14 @@ QJsonArray startArguments(int argc, char** argv) {
     return args;
 }
 
-void writeRecord(const QString& path, QJsonObject record) {
-    QSaveFile file(path);
+// Renamed into place, so readers never see half a record; no sync, it is written per ping.
+void writeRecord(const QString& path, const QJsonObject& record) {
+    const QString partial = path + ".partial";
+    QFile file(partial);
     if (!file.open(QIODevice::WriteOnly)) return;
     file.write(QJsonDocument(record).toJson());
-    file.commit();
+    file.close();
+    std::rename(QFile::encodeName(partial).constData(), QFile::encodeName(path).constData());
 }
 
 } // namespace

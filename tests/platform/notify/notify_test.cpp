@@ -113,24 +113,6 @@ private slots:
         QThreadPool::globalInstance()->waitForDone(2000);
         QCOMPARE(calls.load(), 1);
     }
-
-    void registrationRejectsWhatCannotBeDelivered_data() {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<bool>("withHandler");
-        QTest::addColumn<bool>("withToken");
-        QTest::newRow("empty name") << QString() << true << true;
-        QTest::newRow("no handler") << "com.brisko.test.x" << false << true;
-        QTest::newRow("no token") << "com.brisko.test.x" << true << false;
-    }
-    void registrationRejectsWhatCannotBeDelivered() {
-        QFETCH(QString, name);
-        QFETCH(bool, withHandler);
-        QFETCH(bool, withToken);
-        std::function<void(notify::Token)> handler;
-        if (withHandler) handler = [](notify::Token) {};
-        notify::Token token = 0;
-        QVERIFY(notify::registerDispatch(name, handler, withToken ? &token : nullptr) != 0);
-    }
 };
 
 QTEST_GUILESS_MAIN(NotifyTest)
