@@ -99,14 +99,17 @@ private:
             ::close(fd);
             return;
         }
-        streams_.insert(path, new TouchEventStream(
-                                  fd, TouchDecoder(info->x, info->y, info->state),
-                                  [](const TouchReport& r) { _deliverTouch(r.phase, r.x, r.y); },
-                                  [probe = probe_](int fd) -> std::optional<TouchSnapshot> {
-                                      const auto again = probe(fd);
-                                      return again ? std::optional(again->state) : std::nullopt;
-                                  },
-                                  [this, path] { forget(path); }, this));
+        auto deliver = [](const TouchReport& r) { _deliverTouch(r.phase, r.x, r.y); };
+        streams_.insert(path, new TouchEventStream(fd, TouchDecoder(info->x, info->y, info->state), deliver,
+                                                   readBack(probe_), [this, path] { forget(path); }, this));
+    }
+
+    // After lost events the probe reads the device's contact state again.
+    static TouchEventStream::Resync readBack(TouchDeviceProbe probe) {
+        return [probe = std::move(probe)](int fd) -> std::optional<TouchSnapshot> {
+            const std::optional<TouchDeviceInfo> info = probe(fd);
+            return info ? std::optional(info->state) : std::nullopt;
+        };
     }
 
     void forget(const QString& path) {

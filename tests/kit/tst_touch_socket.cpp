@@ -9,6 +9,7 @@
 #include <cmath>
 #include <limits>
 
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -58,6 +59,33 @@ bool receiveThreadExists() {
         if (comm.open(QIODevice::ReadOnly) && comm.readAll().trimmed() == "bk_touch_sock") return true;
     }
     return false;
+}
+
+int openDescriptorCount() {
+    return int(QDir("/proc/self/fd").entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot).size());
+}
+
+// A message carrying a descriptor of ours; the receiver must not keep its copy.
+bool sendWithDescriptor(const std::string& path, const QByteArray& bytes, int passed) {
+    const int fd = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    sockaddr_un a = addressOf(path);
+    iovec iov{const_cast<char*>(bytes.constData()), size_t(bytes.size())};
+    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
+    msghdr msg{};
+    msg.msg_name = &a;
+    msg.msg_namelen = sizeof a;
+    msg.msg_iov = &iov;
+    msg.msg_iovlen = 1;
+    msg.msg_control = control;
+    msg.msg_controllen = sizeof control;
+    cmsghdr* c = CMSG_FIRSTHDR(&msg);
+    c->cmsg_level = SOL_SOCKET;
+    c->cmsg_type = SCM_RIGHTS;
+    c->cmsg_len = CMSG_LEN(sizeof(int));
+    std::memcpy(CMSG_DATA(c), &passed, sizeof passed);
+    const bool sent = ::sendmsg(fd, &msg, 0) == bytes.size();
+    ::close(fd);
+    return sent;
 }
 
 // Everything queued to the main thread before this call has run when it returns.
@@ -168,6 +196,18 @@ private slots:
         send({390, 844, 1}, 3); // 12 bytes: the tail is ignored
         QTRY_COMPARE(touches_.size(), 1);
         QCOMPARE(touches_[0], QString("0@0.5,0.5"));
+    }
+
+    void passedDescriptorsAreNotKept() {
+        startAndWait();
+        const int before = openDescriptorCount();
+        for (int i = 0; i < 20; ++i) {
+            const int passed = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+            QVERIFY(sendWithDescriptor(path_, wire({390, 844, 1}), passed));
+            ::close(passed);
+        }
+        QTRY_COMPARE(touches_.size(), 20);
+        QCOMPARE(openDescriptorCount(), before);
     }
 
     void stopEndsTheThreadAtOnceAndRemovesTheSocket() {
