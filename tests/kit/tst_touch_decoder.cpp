@@ -128,12 +128,6 @@ private slots:
         QVERIFY(qAbs(TouchDecoder::normalise(value, {minimum, maximum}) - expected) < 1e-9);
     }
 
-    void axesAreIndependent() {
-        TouchDecoder decoder({100, 300}, {2000, 0}, idle(2));
-        const Reports r = decode(decoder, down(0, 1, 150, 500));
-        QCOMPARE(describe(r), describe(R({{0, 0.25, 0.75}})));
-    }
-
     void aFingerAlreadyDownIsNotANewTouch() {
         TouchSnapshot start = idle(2);
         start.contacts[0] = {9, 500, 1000};
