@@ -5,5 +5,5 @@ target_link_libraries(spawn_recorder PRIVATE Qt6::Core)
 brisko_add_test_helper(spawn_probe ${CMAKE_CURRENT_LIST_DIR}/spawn_probe.cpp)
 target_link_libraries(spawn_probe PRIVATE kit)
 
-brisko_add_test(kit_spawn_test SOURCES ${CMAKE_CURRENT_LIST_DIR}/spawn_test.cpp LIBS kit)
-add_dependencies(kit_spawn_test spawn_recorder spawn_probe)
+brisko_add_test(tst_kit_spawn SOURCES ${CMAKE_CURRENT_LIST_DIR}/spawn_test.cpp LIBS kit)
+add_dependencies(tst_kit_spawn spawn_recorder spawn_probe)

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # A process with an empty environment must find the system bus at its default socket. In a mount
 # namespace of its own, a private bus takes that socket; this needs root (77 = skipped).
-# Usage: default_bus_test.sh PROBE
+# Usage: default_bus.sh PROBE
 set -euo pipefail
 if [[ -z ${BRISKO_IN_MOUNT_NS:-} ]]; then
   unshare --mount true 2>/dev/null || exit 77

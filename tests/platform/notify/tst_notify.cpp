@@ -116,4 +116,4 @@ private slots:
 };
 
 QTEST_GUILESS_MAIN(NotifyTest)
-#include "notify_test.moc"
+#include "tst_notify.moc"

@@ -127,4 +127,4 @@ private slots:
 };
 
 QTEST_GUILESS_MAIN(NotifyOwnBusTest)
-#include "notify_own_bus_test.moc"
+#include "tst_notify_own_bus.moc"
