@@ -15,7 +15,6 @@ constexpr int kLaunchTimeoutMs = 60000;
 QProcessEnvironment launchEnvironment(const QString& dataHome) {
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert("QT_QPA_PLATFORM", "offscreen");
-    env.insert("QSG_RENDER_LOOP", "basic");
     env.insert("QT_LOGGING_RULES", "qt.scenegraph.time.renderloop=true");
     env.insert("XDG_DATA_HOME", dataHome); // keeps the deployment away from the real Documents
     return env;
