@@ -3,7 +3,6 @@
 
 #include <QProcess>
 #include <QString>
-#include <QTest>
 
 #include <memory>
 

@@ -105,22 +105,27 @@ private slots:
     }
 
     void observerSurvivesBusRestart() {
-        const QString name = "com.brisko.test.restart", marker = "com.brisko.test.restart.marker";
-        std::atomic<int> received{0}, markers{0};
-        notify::addObserver(name, [&received] { ++received; });
-        notify::addObserver(marker, [&markers] { ++markers; });
+        const QString name = "com.brisko.test.restart", lateName = "com.brisko.test.restart.late",
+                      marker = "com.brisko.test.restart.marker";
+        static std::atomic<int> received{0}, markers{0}; // observers outlive this function
+        notify::addObserver(name, [] { ++received; });
+        notify::addObserver(marker, [] { ++markers; });
         QVERIFY(notify::waitUntilReady(5000));
         QCOMPARE(postFromCommandLine(name), 0);
         QTRY_COMPARE(received.load(), 1);
 
         bus_.stop();
         notify::post(name); // nowhere to go: dropped, never replayed
+        static std::atomic<int> lateReceived{0};
+        notify::addObserver(lateName, [] { ++lateReceived; }); // while no bus is there
         QVERIFY(bus_.start());
         QVERIFY(notify::waitUntilReady(10000));
         QCOMPARE(postFromCommandLine(name), 0);
+        QCOMPARE(postFromCommandLine(lateName), 0);
         QCOMPARE(postFromCommandLine(marker), 0);
         QTRY_COMPARE(markers.load(), 1);
         QCOMPARE(received.load(), 2);
+        QCOMPARE(lateReceived.load(), 1);
     }
 
     void cleanupTestCase() { bus_.stop(); }
