@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Controls.Basic
 import "."
+import "symbols.js" as Symbols
 
 // Navigation bar over a stack of screens; the controller drives push and pop.
 Item {
@@ -76,9 +77,10 @@ Item {
                 model: root.topController ? root.topController.rightBarItems : []
                 delegate: Text {
                     required property var modelData
-                    text: modelData.text || modelData.glyph || ""
+                    text: modelData.symbol ? Symbols.glyph(modelData.symbol) : (modelData.text || modelData.glyph || "")
                     color: modelData.tint ? SystemColors.named(modelData.tint) : SystemColors.systemBlue
-                    font.pixelSize: 17
+                    font.family: modelData.symbol ? Symbols.fontFamily : Qt.application.font.family
+                    font.pixelSize: modelData.symbol ? 22 : 17
                     MouseArea {
                         anchors.fill: parent
                         anchors.margins: -8

@@ -1,0 +1,179 @@
+#include "BKMainViewController.h"
+
+#include "app/install/display_name.h"
+#include "app/install/install_location.h"
+#include "app/keepalive/keepalive.h"
+#include "app/status/channel.h"
+#include "app/status/notification_names.h"
+#include "app/status/runtime_status.h"
+#include "main_screen/device_facts.h"
+#include "main_screen/table_rows.h"
+#include "platform/bundle/bundle.h"
+#include "platform/device/network.h"
+#include "platform/dispatch/dispatch.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QPointer>
+#include <QSaveFile>
+
+namespace brisko {
+
+namespace {
+
+constexpr int64_t kMaxStatusRetries = 5;
+constexpr double kStatusRetryDelay = 0.5;
+constexpr double kToggleBusyWindow = 0.3;
+inline const QString kLogsBarItem = QStringLiteral("openLogs");
+
+// The launch reads the same marker; only its presence counts.
+QString bootMarkerPath() {
+    const QString documents = bundle::documentsDirectory();
+    return documents.isEmpty() ? QString() : QDir(documents).filePath(QStringLiteral("boot_autostart"));
+}
+
+bool bootMarkerExists() { return QFileInfo::exists(bootMarkerPath()); }
+
+void writeBootMarker(bool on) {
+    const QString path = bootMarkerPath();
+    if (path.isEmpty()) return;
+    if (!on) {
+        QFile::remove(path);
+        return;
+    }
+    QSaveFile file(path);
+    if (file.open(QIODevice::WriteOnly) && file.write("1", 1) == 1) file.commit();
+}
+
+bool switchState(QObject* sender) { return sender && sender->property("checked").toBool(); }
+
+void setSwitchState(QObject* sender, bool on) {
+    if (sender) sender->setProperty("checked", on);
+}
+
+} // namespace
+
+BKMainViewController::BKMainViewController() {
+    setRightBarItems({QVariantMap{{"symbol", "note.text"}, {"tint", "systemOrange"}, {"id", kLogsBarItem}}});
+}
+
+QUrl BKMainViewController::viewUrl() const { return QUrl(QStringLiteral("qrc:/brisko/main_screen/MainView.qml")); }
+
+void BKMainViewController::viewDidLoad() {
+    setTitle(BKApplicationDisplayName());
+    refreshData();
+    requestRuntimeStatus();
+}
+
+void BKMainViewController::viewWillAppear(bool animated) {
+    ui::ViewController::viewWillAppear(animated);
+    refreshData();
+    requestRuntimeStatus();
+}
+
+BKMainScreenState BKMainViewController::currentState() const {
+    BKMainScreenState state;
+    state.statusLoaded = _runtimeStatusLoaded;
+    state.toggleBusy = _debugToggleBusy;
+    state.debugEnabled = _debugServiceEnabled;
+    state.clientConnected = _debugClientConnected;
+    state.debugStatus = _debugStatus;
+    state.privilegedInstall = isPrivilegedInstall();
+    state.bundleIdentifier = bundle::bundleIdentifier();
+    state.wifiAddress = [this] { return wifiAddress(); };
+    state.bootMarkerExists = bootMarkerExists;
+    return state;
+}
+
+void BKMainViewController::refreshData() {
+    m_sections = BKMainSections(readDeviceFacts(), currentState());
+    m_tableSections = BKTableSections(m_sections);
+    emit sectionsChanged();
+}
+
+void BKMainViewController::requestRuntimeStatus() {
+    postNotification(QString::fromLatin1(names::kPing));
+    if (_runtimeStatusLoaded || _runtimeStatusRetryCount >= kMaxStatusRetries) return;
+    ++_runtimeStatusRetryCount;
+    dispatchMainAfter(kStatusRetryDelay, [self = QPointer(this)] {
+        if (self && !_runtimeStatusLoaded) self->requestRuntimeStatus();
+    });
+}
+
+void BKMainViewController::debugToggleChanged(QObject* sender) {
+    if (_debugToggleBusy || !_runtimeStatusLoaded) {
+        setSwitchState(sender, _debugServiceEnabled);
+        return;
+    }
+    sendDebugToggleRequest(switchState(sender));
+}
+
+void BKMainViewController::sendDebugToggleRequest(bool on) {
+    _debugToggleBusy = true;
+    _debugServiceEnabled = on;
+    if (on) {
+        _debugStatus = _debugClientConnected ? kDebugStatusConnected : kDebugStatusWaiting;
+        startKeepAlive();
+    } else {
+        _debugClientConnected = false;
+        _debugStatus = kDebugStatusOff;
+        stopKeepAlive();
+    }
+    refreshData();
+    postNotification(QString::fromLatin1(on ? names::kDebugEnableRequest : names::kDebugDisableRequest));
+    // The row leaves "切换中..." with the refresh that the daemon's answer brings.
+    dispatchMainAfter(kToggleBusyWindow, [self = QPointer(this)] {
+        _debugToggleBusy = false;
+        if (self) self->requestRuntimeStatus();
+    });
+}
+
+void BKMainViewController::bootToggleChanged(QObject* sender) {
+    const bool wanted = switchState(sender);
+    writeBootMarker(wanted);
+    // A switch that shows a state the file does not have would mislead the next boot.
+    const bool actual = bootMarkerExists();
+    if (actual != wanted) setSwitchState(sender, actual);
+}
+
+QString BKMainViewController::rowAction(int section, int row) const {
+    const QVariantList rows = m_sections.value(section).toMap().value("rows").toList();
+    return rows.value(row).toMap().value("act").toString();
+}
+
+void BKMainViewController::switchToggled(int section, int row, QObject* sender) {
+    const QString action = rowAction(section, row);
+    if (action == kActionDebugToggle) debugToggleChanged(sender);
+    else if (action == kActionBootToggle) bootToggleChanged(sender);
+}
+
+void BKMainViewController::didSelectRow(int section, int row) {
+    // Switch rows act through their switches; the device and about rows do nothing.
+    if (rowAction(section, row) == kActionFiles) openFileManager();
+}
+
+// The file manager on the Documents folder is pushed from here once it exists.
+void BKMainViewController::openFileManager() {}
+
+void BKMainViewController::barItemTapped(const QString& id) {
+    if (id == kLogsBarItem) openLogs();
+}
+
+// The log viewer is pushed from here once it exists.
+void BKMainViewController::openLogs() {}
+
+// The start/stop bar and its HTTP request are not part of this screen yet.
+void BKMainViewController::sendScriptControlCommand(const QString& cmd, const QString& actionName) {
+    Q_UNUSED(cmd);
+    Q_UNUSED(actionName);
+}
+
+void BKMainViewController::postNotification(const QString& name) { BKPostDarwinNotification(name); }
+void BKMainViewController::startKeepAlive() { BKInstallDebugAudioKeepAlive(); }
+void BKMainViewController::stopKeepAlive() { BKStopDebugAudioKeepAlive(); }
+BKDeviceFacts BKMainViewController::readDeviceFacts() const { return BKReadDeviceFacts(); }
+QString BKMainViewController::wifiAddress() const { return BKGetWiFiAddress(); }
+bool BKMainViewController::isPrivilegedInstall() const { return BKIsJailbreakInstalledApp(); }
+
+} // namespace brisko
