@@ -12,13 +12,13 @@ namespace brisko::ui {
 namespace {
 Window* s_keyWindow = nullptr;
 
-// A phone-sized window on a desktop; the whole screen on a small panel.
+// A phone-sized window on a desktop; the whole screen on a narrow portrait panel.
 QSize initialSize() {
     const QSize phone(390, 844);
     const QScreen* screen = QGuiApplication::primaryScreen();
     const QSize available = screen ? screen->availableSize() : QSize();
-    if (!available.isValid() || available.height() > 1200) return phone;
-    return available;
+    const bool narrowPanel = available.isValid() && available.width() <= 600 && available.height() > available.width();
+    return narrowPanel ? available : phone;
 }
 } // namespace
 

@@ -18,7 +18,7 @@ brisko_start_private_bus() {
   sed -e '/<user>/d' -e '/<pidfile>/d' -e '/<syslog\/>/d' \
       -e "s|<listen>[^<]*</listen>|<listen>unix:path=$sock</listen>|" \
       /usr/share/dbus-1/system.conf > "$conf"
-  dbus-daemon --config-file="$conf" --nofork --nopidfile &
+  dbus-daemon --config-file="$conf" --nofork --nopidfile 2>"$brisko_env_dir/bus.log" &
   brisko_env_pids+=($!)
   export DBUS_SYSTEM_BUS_ADDRESS="unix:path=$sock"
   export BRISKO_TEST_BUS_CONFIG="$conf"

@@ -1,0 +1,74 @@
+#include "launch.h"
+
+#include "app/assets/deploy.h"
+#include "app/keepalive/hotspot_helper.h"
+#include "app/keepalive/keepalive.h"
+#include "app/status/app_references.h"
+#include "app/status/channel.h"
+#include "app/status/runtime_status.h"
+#include "kit/BKKit.h"
+#include "main_screen/BKMainViewController.h"
+#include "platform/bundle/bundle.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QFontDatabase>
+
+namespace brisko {
+namespace {
+
+bool s_background = false;
+
+int spawnWithKit(const QString& path, const QStringList& arguments) { return BKKit::spawnAsRoot(path, arguments); }
+BKDaemonSpawner s_spawner = spawnWithKit;
+
+inline const QString kDaemonName = QStringLiteral("floatball");
+inline const QString kMarkerName = QStringLiteral("boot_autostart");
+inline const QString kLogName = QStringLiteral("script.log");
+
+QString joined(const QString& folder, const QString& name) {
+    return folder.isEmpty() ? QString() : QDir(folder).filePath(name);
+}
+
+void startDaemonIfNeeded() {
+    const QString daemon = BKDaemonExecutablePath();
+    if (!QFileInfo(daemon).isFile()) return;
+    const bool background = BKApplicationIsInBackground();
+    const bool autostart = QFileInfo::exists(BKBootAutostartMarkerPath());
+    if (background && !autostart) return;
+    QStringList arguments{BKDocumentsDirectory()};
+    if (background && autostart) arguments << QStringLiteral("--autorun");
+    if (!BKWaitForFloatballAlive(0.2)) s_spawner(daemon, arguments);
+    BKRequestFloatballState();
+}
+
+} // namespace
+
+QString BKDocumentsDirectory() { return bundle::documentsDirectory(); }
+QString BKDaemonExecutablePath() { return joined(bundle::bundlePath(), kDaemonName); }
+QString BKBootAutostartMarkerPath() { return joined(BKDocumentsDirectory(), kMarkerName); }
+
+bool BKApplicationIsInBackground() { return s_background; }
+void BKSetApplicationInBackground(bool background) { s_background = background; }
+void BKSetDaemonSpawnerForTesting(BKDaemonSpawner spawner) { s_spawner = spawner ? spawner : spawnWithKit; }
+
+BKNavController* BKCreateRootViewController() {
+    BKPrepareBundledAssetsIfNeeded();
+    auto* main = new BKMainViewController;
+    _mainVC = main;
+    auto* nav = new BKNavController(main);
+    _rootNav = nav;
+    return nav;
+}
+
+void BKStartBriskoServices() {
+    _logFont = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    _logFont.setPixelSize(12); // points are device-independent pixels here
+    _logFilePath = joined(BKDocumentsDirectory(), kLogName);
+    BKRegisterHotspotHelper();
+    BKSetDebugServiceEnabledProvider([] { return _debugServiceEnabled; });
+    BKAddDaemonObservers();
+    startDaemonIfNeeded();
+}
+
+} // namespace brisko

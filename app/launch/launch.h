@@ -1,0 +1,35 @@
+#pragma once
+// Launch: the window, the root screen, asset deployment and the start of the daemon.
+
+#include "platform/ui/navigationcontroller.h"
+
+#include <QString>
+#include <QStringList>
+
+namespace brisko {
+
+// The root navigation controller: the top screen decides the status bar's look.
+class BKNavController : public ui::NavigationController {
+    Q_OBJECT
+public:
+    using ui::NavigationController::NavigationController;
+    ui::ViewController* childViewControllerForStatusBarStyle() const override { return topViewController(); }
+};
+
+// Documents folder of the user, computed on every call; null when it cannot be determined.
+QString BKDocumentsDirectory();
+QString BKDaemonExecutablePath();
+QString BKBootAutostartMarkerPath();
+
+BKNavController* BKCreateRootViewController();
+void BKStartBriskoServices();
+
+// A launch by the boot autostart entry (started with --background) counts as a background launch.
+bool BKApplicationIsInBackground();
+void BKSetApplicationInBackground(bool background);
+
+// Starts the daemon as the superuser; tests replace it to observe the decision.
+using BKDaemonSpawner = int (*)(const QString& path, const QStringList& arguments);
+void BKSetDaemonSpawnerForTesting(BKDaemonSpawner spawner); // null restores the real one
+
+} // namespace brisko

@@ -1,0 +1,12 @@
+#include "app_references.h"
+
+#include "platform/ui/navigationcontroller.h"
+
+namespace brisko {
+
+QPointer<ui::ViewController> _mainVC;
+QPointer<ui::NavigationController> _rootNav;
+QFont _logFont;
+QString _logFilePath;
+
+} // namespace brisko

@@ -1,0 +1,134 @@
+// The status observers: their effect on the runtime status, their order, the main screen's refresh,
+// and a post from the command line reaching them over the bus.
+
+#include "app/status/app_references.h"
+#include "app/status/channel.h"
+#include "app/status/runtime_status.h"
+#include "platform/notify/notify.h"
+#include "platform/ui/viewcontroller.h"
+
+#include <QProcess>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace brisko;
+
+namespace {
+
+class CountingScreen : public ui::ViewController {
+    Q_OBJECT
+public:
+    int refreshes = 0;
+    bool loadedAtRefresh = false;
+public slots:
+    void refreshData() {
+        ++refreshes;
+        loadedAtRefresh = _runtimeStatusLoaded;
+    }
+};
+
+using Callback = void (*)();
+
+const QHash<QString, Callback>& callbacks() {
+    static const QHash<QString, Callback> table = {
+        {"connected", BKOnDebugConnected},       {"disconnected", BKOnDebugDisconnected},
+        {"alive", BKOnFloatballAlive},           {"running", BKOnFloatballScriptRunning},
+        {"stopped", BKOnFloatballScriptStopped}, {"enabled", BKOnFloatballDebugEnabled},
+        {"disabled", BKOnFloatballDebugDisabled},
+    };
+    return table;
+}
+
+void deliver(const QStringList& events) {
+    for (const QString& event : events) callbacks().value(event)();
+    QCoreApplication::processEvents();
+}
+
+} // namespace
+
+class RuntimeStatusTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init() {
+        resetRuntimeStatusForTesting();
+        _mainVC = nullptr;
+    }
+
+    void callbacksUpdateTheStatus_data() {
+        QTest::addColumn<bool>("enabledBefore");
+        QTest::addColumn<bool>("connectedBefore");
+        QTest::addColumn<QStringList>("events");
+        QTest::addColumn<bool>("enabled");
+        QTest::addColumn<bool>("connected");
+        QTest::addColumn<QString>("status");
+
+        const QString none;
+        QTest::newRow("alive only marks loaded") << false << false << QStringList{"alive"} << false << false << none;
+        QTest::newRow("script running") << true << true << QStringList{"running"} << true << true << none;
+        QTest::newRow("script stopped") << false << true << QStringList{"stopped"} << false << true << none;
+        QTest::newRow("connected") << false << false << QStringList{"connected"} << false << true << "已连接";
+        QTest::newRow("disconnected, service off") << false << true << QStringList{"disconnected"} << false << false << "已关闭";
+        QTest::newRow("disconnected, service on") << true << true << QStringList{"disconnected"} << true << false << "等待连接...";
+        QTest::newRow("enabled without client") << false << false << QStringList{"enabled"} << true << false << "等待连接...";
+        QTest::newRow("enabled with client") << false << true << QStringList{"enabled"} << true << true << "已连接";
+        QTest::newRow("disabled clears the client") << true << true << QStringList{"disabled"} << false << false << "已关闭";
+        QTest::newRow("disabled then enabled waits") << true << true << QStringList{"disabled", "enabled"} << true << false << "等待连接...";
+        QTest::newRow("delivery order: connect then disable") << true << false << QStringList{"connected", "disabled"} << false << false << "已关闭";
+        QTest::newRow("delivery order: disable then connect") << true << false << QStringList{"disabled", "connected"} << false << true << "已连接";
+    }
+
+    void callbacksUpdateTheStatus() {
+        QFETCH(bool, enabledBefore);
+        QFETCH(bool, connectedBefore);
+        QFETCH(QStringList, events);
+        _debugServiceEnabled = enabledBefore;
+        _debugClientConnected = connectedBefore;
+        _runtimeStatusRetryCount = 4;
+
+        deliver(events);
+
+        QVERIFY(_runtimeStatusLoaded);
+        QCOMPARE(_runtimeStatusRetryCount, 0);
+        QTEST(_debugServiceEnabled, "enabled");
+        QTEST(_debugClientConnected, "connected");
+        QFETCH(QString, status);
+        QCOMPARE(_debugStatus.isNull(), status.isNull());
+        QCOMPARE(_debugStatus, status);
+    }
+
+    void callbacksDeferToTheMainQueue() {
+        BKOnDebugConnected();
+        QVERIFY(!_debugClientConnected);
+        QVERIFY(!_runtimeStatusLoaded);
+        QCoreApplication::processEvents();
+        QVERIFY(_debugClientConnected);
+    }
+
+    void refreshReachesTheMainScreenOnlyWhileItExists() {
+        auto* screen = new CountingScreen;
+        _mainVC = screen;
+        deliver({"alive", "connected"});
+        QCOMPARE(screen->refreshes, 2);
+        QVERIFY(screen->loadedAtRefresh);
+
+        delete screen;
+        deliver({"enabled"});
+        QVERIFY(_debugServiceEnabled);
+    }
+
+    void postFromTheCommandLineChangesTheStatus() {
+        if (qEnvironmentVariableIsEmpty("DBUS_SYSTEM_BUS_ADDRESS")) QSKIP("needs the private system bus");
+        BKAddDaemonObservers();
+        QVERIFY(notify::waitUntilReady(3000));
+        const int exitCode = QProcess::execute(
+            "dbus-send", {"--system", "--type=signal", "/com/brisko/Notify", "com.brisko.Notify.Post",
+                          "string:com.brisko.floatball.debug.enabled"});
+        QCOMPARE(exitCode, 0);
+        QTRY_VERIFY_WITH_TIMEOUT(_debugServiceEnabled, 3000);
+        QCOMPARE(_debugStatus, QString("等待连接..."));
+    }
+};
+
+QTEST_MAIN(RuntimeStatusTest)
+#include "tst_runtime_status.moc"
