@@ -1,12 +1,10 @@
 #include "fake_logind.h"
 
 #include "app/install/display_name.h"
-#include "app/keepalive/hotspot_helper.h"
 #include "app/keepalive/keepalive.h"
 #include "app/keepalive/silent_wav.h"
 #include "platform/audio/audio_session.h"
 #include "platform/audio/looping_player.h"
-#include "platform/hotspot/hotspot.h"
 
 #include <QFile>
 #include <QGuiApplication>
@@ -85,7 +83,6 @@ private slots:
     void startFromWorkerThread();
     void stopBeforeLogindAnswersDropsTheLock();
     void noLogindStillPlays();
-    void hotspotRegistrationKeepsDisplayName();
 
 private:
     QTemporaryDir busDir_;
@@ -269,14 +266,6 @@ void TestKeepAlive::noLogindStillPlays() {
     QTRY_VERIFY(!BKDebugKeepAliveHoldsSleepLock()); // the failed request is over
     QCOMPARE(logind_.calls, 0);
     QVERIFY(fakeBus_.registerService("org.freedesktop.login1"));
-}
-
-void TestKeepAlive::hotspotRegistrationKeepsDisplayName() {
-    BKRegisterHotspotHelper();
-    const auto registration = hotspot::currentRegistration();
-    QVERIFY(registration && registration->handler);
-    QCOMPARE(registration->options, QVariantMap({{"DisplayName", BKApplicationDisplayName()}}));
-    registration->handler({"evaluate", "CafeWifi"}); // accepted and ignored
 }
 
 QTEST_MAIN(TestKeepAlive)
