@@ -19,7 +19,7 @@ Item {
     signal clicked()
     signal switchToggled(QtObject sender)
 
-    implicitHeight: cellStyle === "subtitle" ? Math.max(44, subtitleColumn.implicitHeight + 22) : 44
+    implicitHeight: cellStyle === "subtitle" ? Math.max(44, subtitleColumn.implicitHeight + 16) : 44
 
     Rectangle {
         anchors.fill: parent
