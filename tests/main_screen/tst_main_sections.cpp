@@ -89,7 +89,6 @@ private slots:
         QTest::addColumn<QString>("text");
         QTest::newRow("phone at 3x") << QSizeF(390, 844) << 3.0 << "1170 × 2532 (3x)";
         QTest::newRow("phone at 2x") << QSizeF(375, 667) << 2.0 << "750 × 1334 (2x)";
-        QTest::newRow("desktop at 1x") << QSizeF(1920, 1080) << 1.0 << "1920 × 1080 (1x)";
         QTest::newRow("fractional scale") << QSizeF(1280, 800) << 1.5 << "1920 × 1200 (2x)";
     }
     void resolution() {
