@@ -12,8 +12,8 @@ namespace brisko {
 namespace {
 
 constexpr uint32_t kOpaque = 0xFF000000u;
-// Source rows × columns handled together, so both sides of a 90° turn stay in cache.
-constexpr int32_t kBlock = 64;
+// Source columns turned together: their destination rows stay in cache while filled.
+constexpr int32_t kStrip = 128;
 
 struct Frame {
     const uint8_t* src;
@@ -61,31 +61,38 @@ void transpose4(__m128i& a, __m128i& b, __m128i& c, __m128i& d) {
     d = _mm_unpackhi_epi64(ab1, cd1);
 }
 
-// A 4×4 tile at (row, column) turned a quarter clockwise (quad 1) or anticlockwise (quad 3).
-void rotateTile(const Frame& f, int32_t quad, int32_t row, int32_t column, __m128i opaque) {
-    const bool clockwise = quad == 1;
-    __m128i r0 = _mm_loadu_si128(sourceQuad(f, row + (clockwise ? 3 : 0), column));
-    __m128i r1 = _mm_loadu_si128(sourceQuad(f, row + (clockwise ? 2 : 1), column));
-    __m128i r2 = _mm_loadu_si128(sourceQuad(f, row + (clockwise ? 1 : 2), column));
-    __m128i r3 = _mm_loadu_si128(sourceQuad(f, row + (clockwise ? 0 : 3), column));
+// A 4×4 tile whose top-left source pixel is at `from`, turned a quarter clockwise or
+// anticlockwise; `to` is where its first destination row starts, `toStep` the next row.
+template <bool Clockwise>
+inline void rotateTile(const uint8_t* from, std::ptrdiff_t stride, uint32_t* to, std::ptrdiff_t toStep,
+                       __m128i opaque) {
+    const auto row = [&](int i) {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + (Clockwise ? 3 - i : i) * stride));
+    };
+    __m128i r0 = row(0), r1 = row(1), r2 = row(2), r3 = row(3);
     transpose4(r0, r1, r2, r3);
-    const __m128i rows[4] = {r0, r1, r2, r3};
-    for (int32_t i = 0; i < 4; ++i) {
-        const std::ptrdiff_t index = clockwise ? destinationIndex(f, 1, row + 3, column + i)
-                                               : destinationIndex(f, 3, row, column + i);
-        _mm_storeu_si128(destinationQuad(f, index), _mm_or_si128(rows[i], opaque));
-    }
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm_or_si128(r0, opaque));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(to + toStep), _mm_or_si128(r1, opaque));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(to + 2 * toStep), _mm_or_si128(r2, opaque));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(to + 3 * toStep), _mm_or_si128(r3, opaque));
 }
 
-void rotateQuarterTiles(const Frame& f, int32_t quad, int32_t rows, int32_t columns) {
+// Full-height strips of source columns: each destination row is then written front to back.
+// Square blocks of 64×64, measured side by side, ran several times slower; neither
+// prefetching rows ahead nor 8×8 AVX2 tiles measured faster than this.
+template <bool Clockwise>
+void rotateQuarterTiles(const Frame& f, int32_t rows, int32_t columns) {
     const __m128i opaque = _mm_set1_epi32(int32_t(kOpaque));
-    for (int32_t blockRow = 0; blockRow < rows; blockRow += kBlock) {
-        const int32_t rowEnd = blockRow + kBlock < rows ? blockRow + kBlock : rows;
-        for (int32_t blockColumn = 0; blockColumn < columns; blockColumn += kBlock) {
-            const int32_t columnEnd = blockColumn + kBlock < columns ? blockColumn + kBlock : columns;
-            for (int32_t row = blockRow; row < rowEnd; row += 4)
-                for (int32_t column = blockColumn; column < columnEnd; column += 4)
-                    rotateTile(f, quad, row, column, opaque);
+    const int32_t quad = Clockwise ? 1 : 3;
+    const std::ptrdiff_t toStep = Clockwise ? f.height : -std::ptrdiff_t(f.height);
+    for (int32_t strip = 0; strip < columns; strip += kStrip) {
+        const int32_t stripEnd = strip + kStrip < columns ? strip + kStrip : columns;
+        for (int32_t row = 0; row < rows; row += 4) {
+            const uint8_t* from = f.src + std::ptrdiff_t(row) * f.stride;
+            for (int32_t column = strip; column < stripEnd; column += 4) {
+                uint32_t* to = f.dst + destinationIndex(f, quad, Clockwise ? row + 3 : row, column);
+                rotateTile<Clockwise>(from + std::ptrdiff_t(column) * 4, f.stride, to, toStep, opaque);
+            }
         }
     }
 }
@@ -113,7 +120,8 @@ void rotate(const Frame& f, int32_t quad) {
         rows = f.height;
     } else {
         rows = f.height & ~3;
-        rotateQuarterTiles(f, quad, rows, columns);
+        if (quad == 1) rotateQuarterTiles<true>(f, rows, columns);
+        else rotateQuarterTiles<false>(f, rows, columns);
     }
 #endif
     rotateScalar(f, quad, 0, rows, columns, f.width);
