@@ -8,8 +8,9 @@
 using namespace brisko;
 
 static const char* capture() {
-    int32_t width = 0, height = 0, stride = 0;
-    return BKKit::captureScreenRaw(&width, &height, &stride) && width == 64 && height == 48 ? "ok" : "null";
+    int32_t width = -7, height = -7, stride = -7;
+    if (BKKit::captureScreenRaw(&width, &height, &stride)) return width == 64 && height == 48 ? "ok" : "wrong size";
+    return width == -7 && height == -7 && stride == -7 ? "null" : "null, outputs written";
 }
 
 int main() {

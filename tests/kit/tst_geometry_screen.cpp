@@ -7,6 +7,13 @@
 
 using namespace brisko;
 
+namespace {
+std::atomic<int> s_overlayUpdates{0};
+void countOverlayUpdate() {
+    s_overlayUpdates.fetch_add(1);
+}
+} // namespace
+
 class GeometryScreenTest : public QObject {
     Q_OBJECT
 private slots:
@@ -22,6 +29,28 @@ private slots:
         const QSizeF pixels = s_captureNativeSize;
         QCOMPARE(pixels.width() * pixels.height(), 4.0 * points.width() * points.height());
         QCOMPARE(s_captureBaseLandscape, pixels.width() > pixels.height());
+    }
+
+    // The screen reports through its signal; each change reaches the overlay once, on the main thread.
+    void orientationChangesReachTheQuadAndTheOverlay() {
+        QScreen* screen = QGuiApplication::primaryScreen();
+        BKKit::initialize();
+        s_fbUpdateRotation.store(countOverlayUpdate);
+        const int32_t before = _currentLogicalRotationQuad();
+        const Qt::ScreenOrientation turned =
+            before == _quadForScreenOrientation(Qt::PortraitOrientation, Qt::LandscapeOrientation, false)
+                ? Qt::InvertedPortraitOrientation
+                : Qt::PortraitOrientation;
+        emit screen->orientationChanged(turned);
+        const int32_t after = _currentLogicalRotationQuad();
+        QVERIFY(after != before);
+        QCOMPARE(s_rotationQuad.load(), after);
+        emit screen->orientationChanged(turned);
+        QCOMPARE(s_overlayUpdates.load(), 0); // queued, not called from the signal
+        QTRY_COMPARE(s_overlayUpdates.load(), 1);
+        QTest::qWait(20);
+        QCOMPARE(s_overlayUpdates.load(), 1);
+        s_fbUpdateRotation.store(nullptr);
     }
 };
 
