@@ -4,6 +4,8 @@
 #include <QDir>
 #include <QProcess>
 
+#include <memory>
+
 namespace {
 
 struct Server {
@@ -11,21 +13,17 @@ struct Server {
     QString display;
 };
 
-// A private X server, so the test may take it away.
+// A private X server, so the test may take it away; it picks a free display number itself.
 Server startServer(const QString& size, bool shm) {
-    for (int n = 150; n < 200; ++n) {
-        if (QFile::exists(QStringLiteral("/tmp/.X%1-lock").arg(n))) continue;
-        Server server{std::make_unique<QProcess>(), QStringLiteral(":%1").arg(n)};
-        server.process->start(QStringLiteral("Xvfb"), {server.display, "-screen", "0", size, "-nolisten", "tcp",
-                                                        "-ac", shm ? "+extension" : "-extension", "MIT-SHM"});
-        if (!server.process->waitForStarted()) return {};
-        const QString socket = QStringLiteral("/tmp/.X11-unix/X%1").arg(n);
-        for (int i = 0; i < 100 && !QFile::exists(socket); ++i) QTest::qWait(50);
-        if (QFile::exists(socket)) return server;
-        server.process->kill();
-        server.process->waitForFinished();
+    Server server{std::make_unique<QProcess>(), QString()};
+    server.process->start(QStringLiteral("Xvfb"), {"-displayfd", "1", "-screen", "0", size, "-nolisten", "tcp", "-ac",
+                                                    shm ? "+extension" : "-extension", "MIT-SHM"});
+    if (server.process->waitForStarted() && server.process->waitForReadyRead(10000)) {
+        const QByteArray number = server.process->readLine().trimmed();
+        if (!number.isEmpty()) server.display = QStringLiteral(":") + QString::fromLatin1(number);
     }
-    return {};
+    if (server.display.isEmpty()) return {};
+    return server;
 }
 
 } // namespace
