@@ -19,7 +19,11 @@ Item {
     signal clicked()
     signal switchToggled(QtObject sender)
 
-    implicitHeight: cellStyle === "subtitle" ? Math.max(44, subtitleColumn.implicitHeight + 16) : 44
+    // A value that does not fit beside its label goes under it, as the platform's value cells do.
+    readonly property bool stacked: cellStyle !== "subtitle"
+                                    && valueLabel.implicitWidth + valueText.implicitWidth + 12 > textArea.width
+    implicitHeight: cellStyle === "subtitle" ? Math.max(44, subtitleColumn.implicitHeight + 16)
+                    : stacked ? valueLabel.implicitHeight + valueText.implicitHeight + 22 : 44
 
     Rectangle {
         anchors.fill: parent
@@ -73,18 +77,18 @@ Item {
         Text {
             id: valueLabel
             visible: cell.cellStyle !== "subtitle"
-            anchors.verticalCenter: parent.verticalCenter
+            y: cell.stacked ? 11 : (parent.height - height) / 2
             text: cell.text
             font.pixelSize: 17
             color: SystemColors.label
         }
         Text {
+            id: valueText
             visible: cell.cellStyle !== "subtitle"
-            anchors.verticalCenter: parent.verticalCenter
-            anchors.right: parent.right
-            width: Math.min(implicitWidth, parent.width - valueLabel.implicitWidth - 12)
-            horizontalAlignment: Text.AlignRight
-            elide: Text.ElideMiddle
+            x: cell.stacked ? 0 : parent.width - width
+            y: cell.stacked ? valueLabel.y + valueLabel.height : (parent.height - height) / 2
+            width: cell.stacked ? parent.width : implicitWidth
+            wrapMode: cell.stacked ? Text.WrapAnywhere : Text.NoWrap
             text: cell.secondaryText
             font.pixelSize: 17
             color: SystemColors.secondaryLabel
