@@ -29,6 +29,13 @@ function(brisko_add_test name)
   set(env "QT_QPA_PLATFORM=offscreen" "QTWEBENGINE_CHROMIUM_FLAGS=--no-sandbox"
           "BRISKO_BUNDLE_DIR=${BRISKO_BUNDLE_DIR}" "BRISKO_SOURCE_DIR=${PROJECT_SOURCE_DIR}"
           "BRISKO_TEST_BIN_DIR=${CMAKE_BINARY_DIR}/tests" ${T_ENV})
+  # Tests on the shared private bus see each other's posts: run them one at a time, and keep
+  # every other test off the bus so it cannot disturb them.
+  if("dbus" IN_LIST T_LABELS)
+    set_tests_properties(${name} PROPERTIES RESOURCE_LOCK brisko_system_bus)
+  else()
+    list(APPEND env "DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nonexistent/brisko-no-bus")
+  endif()
   if("x11" IN_LIST T_LABELS)
     list(REMOVE_ITEM env "QT_QPA_PLATFORM=offscreen")
     list(APPEND env "QT_QPA_PLATFORM=xcb")
