@@ -105,20 +105,28 @@ void reportThroughput(const SampleBundle& sample, const Throughputs& t, const QS
     std::printf("ratio digest / openssl md5  %.3f\n", ours / openssl);
 }
 
+void printLaunches(const char* label, const QList<double>& times) {
+    std::printf("  %-28s median of %lld launches %7.1f ms  (min %.1f, max %.1f)\n", label,
+                qlonglong(times.size()), median(times), *std::min_element(times.begin(), times.end()),
+                *std::max_element(times.begin(), times.end()));
+}
+
+// The same application in a bundle with nothing else shows what the digest adds to a launch.
 void reportFirstFrame(const QString& application, const QString& root, int rounds) {
     if (!QFileInfo(application).isExecutable()) {
         std::printf("first frame: no application at %s, not measured\n", qPrintable(application));
         return;
     }
-    const QList<double> times = timeToFirstFrame(application, root, rounds);
-    if (times.isEmpty() || median(times) < 0) {
+    QTemporaryDir bare;
+    const QList<double> big = timeToFirstFrame(application, root, rounds);
+    const QList<double> small = timeToFirstFrame(application, bare.path(), rounds);
+    if (big.isEmpty() || small.isEmpty() || median(big) < 0 || median(small) < 0) {
         std::printf("first frame: %s reported no frame, not measured\n", qPrintable(application));
         return;
     }
     std::printf("first frame (process start to first rendered frame, offscreen, bundle deployed):\n");
-    std::printf("  median of %lld launches  %.1f ms  (min %.1f, max %.1f)\n", qlonglong(times.size()),
-                median(times), *std::min_element(times.begin(), times.end()),
-                *std::max_element(times.begin(), times.end()));
+    printLaunches("with the sample bundle", big);
+    printLaunches("with only the application", small);
 }
 } // namespace
 
