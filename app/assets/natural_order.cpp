@@ -54,21 +54,15 @@ int compareFolded(const QString& a, const QString& b) {
     if (j < b.size()) return -1;
     return 0;
 }
-} // namespace
 
-int naturalCompare(const QString& a, const QString& b) {
-    if (const int folded = compareFolded(a.toCaseFolded(), b.toCaseFolded())) return folded;
-    // "x01" and "x1", "A" and "a": equal above, still told apart so the order is total.
-    return QString::compare(a, b, Qt::CaseSensitive);
-}
-
-namespace {
 struct SortKey {
     QString folded;
     QString decoded;
     QByteArray name;
 };
 
+// Names equal but for case or leading zeros ("A", "a"; "x01", "x1") are still told apart, so
+// the order is total and never depends on the order the folder was listed in.
 bool precedes(const SortKey& x, const SortKey& y) {
     if (const int order = compareFolded(x.folded, y.folded)) return order < 0;
     if (const int order = QString::compare(x.decoded, y.decoded)) return order < 0;

@@ -8,11 +8,7 @@
 
 namespace brisko::assets {
 
-// Negative, zero or positive like strcmp; zero only for equal strings.
-int naturalCompare(const QString& a, const QString& b);
-
-// Sorts native file names (UTF-8, possibly invalid) by naturalCompare of their decoded
-// form; names that decode alike fall back to byte order.
+// Sorts native file names (UTF-8, possibly invalid) in that order.
 void sortNaturally(QList<QByteArray>& names);
 
 } // namespace brisko::assets
