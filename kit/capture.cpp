@@ -1,6 +1,6 @@
 // Captures hand out the frame itself when it is upright, else one reused rotation buffer.
-#include "kit/BKKit.h"
 #include "kit/capture.h"
+#include "kit/BKKit.h"
 #include "kit/geometry.h"
 #include "kit/rotate.h"
 
@@ -18,7 +18,8 @@ struct FrameShape {
     int32_t width, height, bytesPerRow;
 };
 
-const uint8_t* report(const uint8_t* pixels, FrameShape shape, int32_t* width, int32_t* height, int32_t* bytesPerRow) {
+const uint8_t* report(const uint8_t* pixels, FrameShape shape, int32_t* width, int32_t* height,
+                      int32_t* bytesPerRow) {
     if (width) *width = shape.width;
     if (height) *height = shape.height;
     if (bytesPerRow) *bytesPerRow = shape.bytesPerRow;
@@ -32,7 +33,8 @@ const uint8_t* rotatedFrame(const BKScreenshotSurface& frame, int32_t quad, Fram
     const int32_t height = sideways ? frame.width : frame.height;
     const uint64_t needed = uint64_t(width) * 4 * uint64_t(height);
     if (!_ensureBufferCapacity(&s_rotateBuf, &s_rotateBufSize, needed)) return nullptr;
-    if (!_bkRotateOpaque(frame.base, frame.width, frame.height, frame.bytesPerRow, s_rotateBuf, quad)) return nullptr;
+    if (!_bkRotateOpaque(frame.base, frame.width, frame.height, frame.bytesPerRow, s_rotateBuf, quad))
+        return nullptr;
     *shape = {width, height, width * 4};
     return s_rotateBuf;
 }
@@ -43,7 +45,8 @@ bool _ensureBufferCapacity(uint8_t** buffer, uint64_t* capacity, uint64_t needed
     if (!buffer || !capacity) return false;
     if (*buffer && *capacity >= needed) return true;
     // Beyond what an allocation can be: refuse before asking for it.
-    auto* grown = needed <= uint64_t(PTRDIFF_MAX) ? static_cast<uint8_t*>(std::malloc(needed ? needed : 1)) : nullptr;
+    auto* grown =
+        needed <= uint64_t(PTRDIFF_MAX) ? static_cast<uint8_t*>(std::malloc(needed ? needed : 1)) : nullptr;
     if (!grown) {
         if (!*buffer) *capacity = 0;
         return false;

@@ -89,8 +89,9 @@ bool attachSegment(ShmFrame* frame) {
 ShmFrame* createFrame(int32_t width, int32_t height) {
     auto* frame = new ShmFrame;
     const int screen = DefaultScreen(s_display);
-    frame->image = XShmCreateImage(s_display, DefaultVisual(s_display, screen), unsigned(DefaultDepth(s_display, screen)),
-                                   ZPixmap, nullptr, &frame->segment, unsigned(width), unsigned(height));
+    frame->image = XShmCreateImage(s_display, DefaultVisual(s_display, screen),
+                                   unsigned(DefaultDepth(s_display, screen)), ZPixmap, nullptr,
+                                   &frame->segment, unsigned(width), unsigned(height));
     if (!frame->image || !isBgrx(frame->image) || !attachSegment(frame)) {
         destroyFrame(frame);
         return nullptr;
@@ -135,9 +136,10 @@ BKScreenshotSurface* _ensureScreenshotSurface() {
 }
 
 bool _bkRenderDisplay(BKScreenshotSurface* surface) {
-    if (!surface || !s_screenshotSurface || surface != &s_screenshotSurface->surface || !usable()) return false;
-    return XShmGetImage(s_display, DefaultRootWindow(s_display), s_screenshotSurface->image, s_originX, s_originY,
-                        AllPlanes) &&
+    if (!surface || !s_screenshotSurface || surface != &s_screenshotSurface->surface || !usable())
+        return false;
+    return XShmGetImage(s_display, DefaultRootWindow(s_display), s_screenshotSurface->image, s_originX,
+                        s_originY, AllPlanes) &&
            usable();
 }
 

@@ -40,10 +40,14 @@ QSizeF landscapeForm(const QSizeF& size) {
 
 int32_t _rotationForOrientation(int64_t orientation) {
     switch (orientation) {
-    case 4: return 1; // landscape-left
-    case 2: return 2; // upside-down
-    case 3: return 3; // landscape-right
-    default: return 0;
+    case 4:
+        return 1; // landscape-left
+    case 2:
+        return 2; // upside-down
+    case 3:
+        return 3; // landscape-right
+    default:
+        return 0;
     }
 }
 
@@ -68,10 +72,22 @@ bool _logicalToPhysNorm(double* nx, double* ny, double x, double y) {
         return false;
     }
     switch (s_rotationQuad.load()) {
-    case 1: *nx = y / w; *ny = 1 - x / h; break;
-    case 2: *nx = 1 - x / w; *ny = 1 - y / h; break;
-    case 3: *nx = 1 - y / w; *ny = x / h; break;
-    default: *nx = x / w; *ny = y / h; break;
+    case 1:
+        *nx = y / w;
+        *ny = 1 - x / h;
+        break;
+    case 2:
+        *nx = 1 - x / w;
+        *ny = 1 - y / h;
+        break;
+    case 3:
+        *nx = 1 - y / w;
+        *ny = x / h;
+        break;
+    default:
+        *nx = x / w;
+        *ny = y / h;
+        break;
     }
     return true;
 }
@@ -80,10 +96,22 @@ void _physNormToLogical(double* x, double* y, double nx, double ny) {
     const double w = s_screenPointSize.width();
     const double h = s_screenPointSize.height();
     switch (s_rotationQuad.load()) {
-    case 1: *x = h * (1 - ny); *y = nx * w; break;
-    case 2: *x = w * (1 - nx); *y = h * (1 - ny); break;
-    case 3: *x = ny * h; *y = w * (1 - nx); break;
-    default: *x = nx * w; *y = ny * h; break;
+    case 1:
+        *x = h * (1 - ny);
+        *y = nx * w;
+        break;
+    case 2:
+        *x = w * (1 - nx);
+        *y = h * (1 - ny);
+        break;
+    case 3:
+        *x = ny * h;
+        *y = w * (1 - nx);
+        break;
+    default:
+        *x = nx * w;
+        *y = ny * h;
+        break;
     }
 }
 

@@ -13,8 +13,8 @@ class QScreen;
 namespace brisko {
 
 extern std::atomic<bool> s_initialized;
-extern QSizeF s_screenPointSize;    // portrait: width is the shorter side
-extern QSizeF s_captureNativeSize;  // pixel size of a frame as the display delivers it
+extern QSizeF s_screenPointSize;   // portrait: width is the shorter side
+extern QSizeF s_captureNativeSize; // pixel size of a frame as the display delivers it
 extern bool s_captureBaseLandscape;
 extern double s_screenScale;
 extern std::atomic<int32_t> s_rotationQuad; // 0 portrait, 1 landscape-left, 2 upside-down, 3 landscape-right

@@ -45,7 +45,8 @@ void storeQuad(int32_t quad) {
 }
 
 QScreen* primaryScreen() {
-    return qobject_cast<QGuiApplication*>(QCoreApplication::instance()) ? QGuiApplication::primaryScreen() : nullptr;
+    return qobject_cast<QGuiApplication*>(QCoreApplication::instance()) ? QGuiApplication::primaryScreen()
+                                                                        : nullptr;
 }
 
 void observeOrientation(QScreen* screen) {
@@ -93,7 +94,8 @@ BKScreenMetrics _metricsForScreen(const QScreen* screen) {
     if (!screen) return metrics;
     const double ratio = screen->devicePixelRatio();
     metrics.bounds = screen->size();
-    metrics.nativeBounds = QSizeF(std::round(metrics.bounds.width() * ratio), std::round(metrics.bounds.height() * ratio));
+    metrics.nativeBounds =
+        QSizeF(std::round(metrics.bounds.width() * ratio), std::round(metrics.bounds.height() * ratio));
     metrics.nativeScale = ratio;
     metrics.scale = ratio;
     return metrics;

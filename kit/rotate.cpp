@@ -30,13 +30,17 @@ uint32_t sourcePixel(const Frame& f, int32_t row, int32_t column) {
 // Where source (row, column) lands after the turn.
 std::ptrdiff_t destinationIndex(const Frame& f, int32_t quad, int32_t row, int32_t column) {
     switch (quad) {
-    case 1: return std::ptrdiff_t(column) * f.height + (f.height - 1 - row);
-    case 2: return std::ptrdiff_t(f.height - 1 - row) * f.width + (f.width - 1 - column);
-    default: return std::ptrdiff_t(f.width - 1 - column) * f.height + row;
+    case 1:
+        return std::ptrdiff_t(column) * f.height + (f.height - 1 - row);
+    case 2:
+        return std::ptrdiff_t(f.height - 1 - row) * f.width + (f.width - 1 - column);
+    default:
+        return std::ptrdiff_t(f.width - 1 - column) * f.height + row;
     }
 }
 
-void rotateScalar(const Frame& f, int32_t quad, int32_t row0, int32_t row1, int32_t column0, int32_t column1) {
+void rotateScalar(const Frame& f, int32_t quad, int32_t row0, int32_t row1, int32_t column0,
+                  int32_t column1) {
     for (int32_t row = row0; row < row1; ++row)
         for (int32_t column = column0; column < column1; ++column)
             f.dst[destinationIndex(f, quad, row, column)] = sourcePixel(f, row, column);
@@ -45,7 +49,8 @@ void rotateScalar(const Frame& f, int32_t quad, int32_t row0, int32_t row1, int3
 #if defined(__SSE2__)
 
 const __m128i* sourceQuad(const Frame& f, int32_t row, int32_t column) {
-    return reinterpret_cast<const __m128i*>(f.src + std::ptrdiff_t(row) * f.stride + std::ptrdiff_t(column) * 4);
+    return reinterpret_cast<const __m128i*>(f.src + std::ptrdiff_t(row) * f.stride +
+                                            std::ptrdiff_t(column) * 4);
 }
 
 __m128i* destinationQuad(const Frame& f, std::ptrdiff_t index) {
@@ -80,8 +85,7 @@ inline void rotateTile(const uint8_t* from, std::ptrdiff_t stride, uint32_t* to,
 // Full-height strips of source columns: each destination row is then written front to back.
 // Square blocks of 64×64, measured side by side, ran several times slower; neither
 // prefetching rows ahead nor 8×8 AVX2 tiles measured faster than this.
-template <bool Clockwise>
-void rotateQuarterTiles(const Frame& f, int32_t rows, int32_t columns) {
+template <bool Clockwise> void rotateQuarterTiles(const Frame& f, int32_t rows, int32_t columns) {
     const __m128i opaque = _mm_set1_epi32(int32_t(kOpaque));
     const int32_t quad = Clockwise ? 1 : 3;
     const std::ptrdiff_t toStep = Clockwise ? f.height : -std::ptrdiff_t(f.height);
@@ -120,8 +124,10 @@ void rotate(const Frame& f, int32_t quad) {
         rows = f.height;
     } else {
         rows = f.height & ~3;
-        if (quad == 1) rotateQuarterTiles<true>(f, rows, columns);
-        else rotateQuarterTiles<false>(f, rows, columns);
+        if (quad == 1)
+            rotateQuarterTiles<true>(f, rows, columns);
+        else
+            rotateQuarterTiles<false>(f, rows, columns);
     }
 #endif
     rotateScalar(f, quad, 0, rows, columns, f.width);
@@ -132,7 +138,8 @@ void rotate(const Frame& f, int32_t quad) {
 
 bool _bkRotateOpaque(const uint8_t* src, int32_t width, int32_t height, int32_t srcStride, uint8_t* dst,
                      int32_t quad) {
-    if (!src || !dst || width <= 0 || height <= 0 || srcStride / 4 < width || quad < 1 || quad > 3) return false;
+    if (!src || !dst || width <= 0 || height <= 0 || srcStride / 4 < width || quad < 1 || quad > 3)
+        return false;
     rotate(Frame{src, width, height, srcStride, reinterpret_cast<uint32_t*>(dst)}, quad);
     return true;
 }
@@ -149,7 +156,8 @@ void _bkMakeOpaque(uint8_t* pixels, int32_t width, int32_t height, int32_t strid
             _mm_storeu_si128(quad, _mm_or_si128(_mm_loadu_si128(quad), opaque));
         }
 #endif
-        for (; column < width; ++column) line[std::ptrdiff_t(column) * 4 + 3] = 0xFF;
+        for (; column < width; ++column)
+            line[std::ptrdiff_t(column) * 4 + 3] = 0xFF;
     }
 }
 

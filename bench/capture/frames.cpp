@@ -31,8 +31,8 @@ void paintStripes(Display* display) {
 // What xwd and most screen grabbers do: a fresh image over the socket each frame.
 Timing plainGetImage(Display* display, int width, int height, int runs) {
     return timeCalls(runs, [&] {
-        XImage* image = XGetImage(display, DefaultRootWindow(display), 0, 0, unsigned(width), unsigned(height),
-                                  AllPlanes, ZPixmap);
+        XImage* image = XGetImage(display, DefaultRootWindow(display), 0, 0, unsigned(width),
+                                  unsigned(height), AllPlanes, ZPixmap);
         if (image) XDestroyImage(image);
     });
 }
@@ -41,8 +41,9 @@ Timing plainGetImage(Display* display, int width, int height, int runs) {
 Timing bareShmGetImage(Display* display, int width, int height, int runs) {
     XShmSegmentInfo segment{};
     const int screen = DefaultScreen(display);
-    XImage* image = XShmCreateImage(display, DefaultVisual(display, screen), unsigned(DefaultDepth(display, screen)),
-                                    ZPixmap, nullptr, &segment, unsigned(width), unsigned(height));
+    XImage* image =
+        XShmCreateImage(display, DefaultVisual(display, screen), unsigned(DefaultDepth(display, screen)),
+                        ZPixmap, nullptr, &segment, unsigned(width), unsigned(height));
     segment.shmid = shmget(IPC_PRIVATE, size_t(image->bytes_per_line) * size_t(height), IPC_CREAT | 0600);
     segment.shmaddr = image->data = static_cast<char*>(shmat(segment.shmid, nullptr, 0));
     XShmAttach(display, &segment);
@@ -70,8 +71,8 @@ void printRate(const char* name, const Timing& t) {
 }
 
 void printRatio(const char* name, const Timing& ours, const Timing& peer) {
-    std::printf("  ratio ours/peer frames/s, %-34s median %6.2f  best %6.2f\n", name, peer.median / ours.median,
-                peer.best / ours.best);
+    std::printf("  ratio ours/peer frames/s, %-34s median %6.2f  best %6.2f\n", name,
+                peer.median / ours.median, peer.best / ours.best);
 }
 
 } // namespace

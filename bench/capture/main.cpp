@@ -44,7 +44,9 @@ int main(int argc, char** argv) {
     }
     QCoreApplication app(argc, argv);
     const int runs = argc > 1 ? std::max(std::atoi(argv[1]), 11) : 301;
-    for (const QSize& size : kScreens) framesAt(size, runs);
-    for (const QSize& size : kScreens) measureRotation(size.width(), size.height(), runs / 3);
+    for (const QSize& size : kScreens)
+        framesAt(size, runs);
+    for (const QSize& size : kScreens)
+        measureRotation(size.width(), size.height(), runs / 3);
     return 0;
 }

@@ -12,9 +12,9 @@ std::unique_ptr<QProcess> s_server;
 
 QString startXvfb(int width, int height) {
     s_server = std::make_unique<QProcess>();
-    s_server->start(QStringLiteral("Xvfb"), {"-displayfd", "1", "-screen", "0",
-                                              QStringLiteral("%1x%2x24").arg(width).arg(height), "-nolisten", "tcp",
-                                              "-ac", "+extension", "MIT-SHM"});
+    s_server->start(QStringLiteral("Xvfb"),
+                    {"-displayfd", "1", "-screen", "0", QStringLiteral("%1x%2x24").arg(width).arg(height),
+                     "-nolisten", "tcp", "-ac", "+extension", "MIT-SHM"});
     if (s_server->waitForStarted() && s_server->waitForReadyRead(10000)) {
         const QByteArray number = s_server->readLine().trimmed();
         if (!number.isEmpty()) return QStringLiteral(":") + QString::fromLatin1(number);

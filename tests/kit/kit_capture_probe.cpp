@@ -9,7 +9,8 @@ using namespace brisko;
 
 static const char* capture() {
     int32_t width = -7, height = -7, stride = -7;
-    if (BKKit::captureScreenRaw(&width, &height, &stride)) return width == 64 && height == 48 ? "ok" : "wrong size";
+    if (BKKit::captureScreenRaw(&width, &height, &stride))
+        return width == 64 && height == 48 ? "ok" : "wrong size";
     return width == -7 && height == -7 && stride == -7 ? "null" : "null, outputs written";
 }
 

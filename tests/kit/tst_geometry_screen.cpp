@@ -16,7 +16,7 @@ void countOverlayUpdate() {
 
 class GeometryScreenTest : public QObject {
     Q_OBJECT
-private slots:
+  private slots:
     void readsThePrimaryScreen() {
         QScreen* screen = QGuiApplication::primaryScreen();
         QVERIFY(screen);
