@@ -77,19 +77,6 @@ class RotateTest : public QObject {
         QVERIFY(std::all_of(out.begin(), out.end(), [](uint8_t b) { return b == 7; }));
     }
 
-    void makeOpaqueTouchesOnlyAlpha() {
-        const int32_t width = 7, height = 3, stride = width * 4 + 8;
-        std::vector<uint8_t> frame = numberedFrame(width, height, stride);
-        const std::vector<uint8_t> before = frame;
-        _bkMakeOpaque(frame.data(), width, height, stride);
-        for (size_t i = 0; i < frame.size(); ++i) {
-            const bool alpha = i % size_t(stride) < size_t(width) * 4 && i % 4 == 3;
-            QCOMPARE(frame[i], alpha ? uint8_t(0xFF) : before[i]);
-        }
-        _bkMakeOpaque(nullptr, width, height, stride);
-        _bkMakeOpaque(frame.data(), width, height, 4); // a stride shorter than a row: ignored
-    }
-
     void bufferOnlyGrows() {
         struct Row {
             uint64_t start, needed;
