@@ -1,9 +1,11 @@
 #include "app/assets/digest.h"
+#include "app/assets/natural_order.h"
 #include "platform/bundle/bundle.h"
 #include "tests/app/assets/tree.h"
 
 #include <QCryptographicHash>
 #include <QTemporaryDir>
+#include <QRandomGenerator>
 #include <QtTest>
 
 #include <unistd.h>
@@ -57,6 +59,7 @@ private slots:
     void bundleDigestIsMd5OfTheStream();
     void entriesFollowNaturalOrderAtEachLevel_data();
     void entriesFollowNaturalOrderAtEachLevel();
+    void orderDoesNotDependOnListingOrder();
     void digestReactsToNamesAndContentButNotHiddenEntries_data();
     void digestReactsToNamesAndContentButNotHiddenEntries();
     void linksAreFollowedButLoopsEnd();
@@ -115,6 +118,25 @@ void BundleDigestTest::entriesFollowNaturalOrderAtEachLevel() {
     QTemporaryDir root;
     for (const QString& entry : entries) put(root.path(), entry);
     QCOMPARE(namesOf(streamOf(root.path())), fed);
+}
+
+// A comparison that is not a strict weak order would let the result follow the input order.
+void BundleDigestTest::orderDoesNotDependOnListingOrder() {
+    QList<QByteArray> names;
+    const QStringList parts{"a", "A", "b", "0", "00", "7", "10", "\u0663", "\u0661\u0660", "-", " ", "_", "\u00e9", "\u00c9"};
+    for (const QString& x : parts)
+        for (const QString& y : parts) names.append((x + y + "z").toUtf8());
+    names.append(QByteArray("\xff\xfe"));
+    names.append(QByteArray("\xfe\xff"));
+    QList<QByteArray> reference = names;
+    assets::sortNaturally(reference);
+    QRandomGenerator random(7);
+    for (int round = 0; round < 20; ++round) {
+        std::shuffle(names.begin(), names.end(), random);
+        QList<QByteArray> sorted = names;
+        assets::sortNaturally(sorted);
+        QCOMPARE(sorted, reference);
+    }
 }
 
 void BundleDigestTest::digestReactsToNamesAndContentButNotHiddenEntries_data() {
