@@ -62,6 +62,7 @@ QUrl BKMainViewController::viewUrl() const { return QUrl(QStringLiteral("qrc:/br
 
 void BKMainViewController::viewDidLoad() {
     setTitle(BKApplicationDisplayName());
+    configureScriptControlsIfNeeded();
     refreshData();
     requestRuntimeStatus();
 }
@@ -86,7 +87,13 @@ BKMainScreenState BKMainViewController::currentState() const {
     return state;
 }
 
+void BKMainViewController::viewDidLayoutSubviews() {
+    ui::ViewController::viewDidLayoutSubviews();
+    layoutScriptControlHeaderIfNeeded();
+}
+
 void BKMainViewController::refreshData() {
+    configureScriptControlsIfNeeded();
     m_sections = BKMainSections(readDeviceFacts(), currentState());
     m_tableSections = BKTableSections(m_sections);
     emit sectionsChanged();
@@ -162,12 +169,6 @@ void BKMainViewController::barItemTapped(const QString& id) {
 
 // The log viewer is pushed from here once it exists.
 void BKMainViewController::openLogs() {}
-
-// The start/stop bar and its HTTP request are not part of this screen yet.
-void BKMainViewController::sendScriptControlCommand(const QString& cmd, const QString& actionName) {
-    Q_UNUSED(cmd);
-    Q_UNUSED(actionName);
-}
 
 void BKMainViewController::postNotification(const QString& name) { BKPostDarwinNotification(name); }
 void BKMainViewController::startKeepAlive() { BKInstallDebugAudioKeepAlive(); }

@@ -5,6 +5,7 @@
 #include "platform/ui/viewcontroller.h"
 
 #include <QVariantList>
+#include <QVariantMap>
 
 namespace brisko {
 
@@ -13,12 +14,17 @@ class BKMainViewController : public ui::ViewController {
     // The model, with its plain keys; tableSections is the same drawn as the table draws it.
     Q_PROPERTY(QVariantList sections READ sections NOTIFY sectionsChanged)
     Q_PROPERTY(QVariantList tableSections READ tableSections NOTIFY sectionsChanged)
+    // The start/stop bar below the table: shown or not, and its frames for the table's width.
+    Q_PROPERTY(bool scriptControlsShown READ scriptControlsShown NOTIFY scriptControlsChanged)
+    Q_PROPERTY(QVariantMap scriptControlLayout READ scriptControlLayout NOTIFY scriptControlsChanged)
 
 public:
     BKMainViewController();
 
     QVariantList sections() const { return m_sections; }
     QVariantList tableSections() const { return m_tableSections; }
+    bool scriptControlsShown() const { return m_scriptControlsShown; }
+    QVariantMap scriptControlLayout() const { return m_scriptControlLayout; }
 
     // Pings the daemon; until its first answer, retries every 0.5 s, at most 5 times in all.
     void requestRuntimeStatus();
@@ -27,7 +33,17 @@ public:
     void debugToggleChanged(QObject* sender);
     void bootToggleChanged(QObject* sender);
     void openLogs();
+
+    // The start/stop bar: due while debug mode is off on a privileged install.
+    void configureScriptControlsIfNeeded();
+    void layoutScriptControlHeaderIfNeeded();
+    Q_INVOKABLE void startScriptButtonTapped();
+    Q_INVOKABLE void stopScriptButtonTapped();
+    // One GET to the daemon's task endpoint under the loading overlay; a toast or an alert after.
     void sendScriptControlCommand(const QString& cmd, const QString& actionName);
+    void showScriptControlErrorWithTitle(const QString& title, const QString& message);
+    // The view reports its table's width as it lays out.
+    Q_INVOKABLE void setTableWidth(double width);
 
     Q_INVOKABLE void didSelectRow(int section, int row);
     Q_INVOKABLE void switchToggled(int section, int row, QObject* sender);
@@ -39,11 +55,13 @@ public slots:
 
 signals:
     void sectionsChanged();
+    void scriptControlsChanged();
 
 protected:
     QUrl viewUrl() const override;
     void viewDidLoad() override;
     void viewWillAppear(bool animated) override;
+    void viewDidLayoutSubviews() override;
 
     // The screen's ties to the daemon, the keep-alive and the machine, for tests to observe.
     virtual void postNotification(const QString& name);
@@ -57,9 +75,14 @@ private:
     BKMainScreenState currentState() const;
     QString rowAction(int section, int row) const;
     void openFileManager();
+    void handleScriptControlReply(const QString& actionName, const QString& transportError, int statusCode,
+                                  const QByteArray& body);
 
     QVariantList m_sections;
     QVariantList m_tableSections;
+    bool m_scriptControlsShown = false;
+    QVariantMap m_scriptControlLayout;
+    double m_tableWidth = 0;
 };
 
 } // namespace brisko

@@ -7,6 +7,7 @@ Flickable {
     id: list
     property var sections: []
     property real cardMargin: 16
+    property Component footer: null // drawn below the last section
     signal rowClicked(int section, int row)
     signal switchToggled(int section, int row, QtObject sender)
 
@@ -79,6 +80,11 @@ Flickable {
                     }
                 }
             }
+        }
+
+        Loader {
+            width: content.width
+            sourceComponent: list.footer
         }
     }
 }

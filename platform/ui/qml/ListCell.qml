@@ -88,7 +88,7 @@ Item {
             x: cell.stacked ? 0 : parent.width - width
             y: cell.stacked ? valueLabel.y + valueLabel.height : (parent.height - height) / 2
             width: cell.stacked ? parent.width : implicitWidth
-            wrapMode: cell.stacked ? Text.WrapAnywhere : Text.NoWrap
+            wrapMode: cell.stacked ? Text.Wrap : Text.NoWrap
             text: cell.secondaryText
             font.pixelSize: 17
             color: SystemColors.secondaryLabel
