@@ -45,8 +45,8 @@ private:
     int loops_ = 0;
     float volume_ = 1.0f;
     bool playing_ = false;
+    std::unique_ptr<LoopDevice> device_; // outlives the sink that reads it
     std::unique_ptr<QAudioSink> sink_;
-    std::unique_ptr<LoopDevice> device_;
 };
 
 } // namespace brisko::audio

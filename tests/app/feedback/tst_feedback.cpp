@@ -64,7 +64,6 @@ private slots:
     void toastOutlivesItsHost();
     void toastsOverlap();
     void overlayReplacesItselfAndDismisses();
-    void overlayLayout();
     void overlayBlocksInput_data();
     void overlayBlocksInput();
     void renderScreens();
@@ -198,20 +197,6 @@ void TestFeedback::overlayReplacesItselfAndDismisses() {
     QCOMPARE(labelOf(overlays.first())->property("text").toString(), QStringLiteral("第二"));
     BKDismissLoading(page_); // found among the descendants
     QVERIFY(!BKFindItemWithTag(page_, BKLoadingViewTag));
-}
-
-void TestFeedback::overlayLayout() {
-    BKShowLoading(page_, "启动中...");
-    QQuickItem* overlay = BKFindItemWithTag(page_, BKLoadingViewTag);
-    QVERIFY(overlay);
-    QCOMPARE(QRectF(overlay->position(), overlay->size()), QRectF(0, 0, 390, 844)); // safe areas included
-    QQuickItem* indicator = overlay->childItems().value(1);
-    QQuickItem* label = labelOf(overlay);
-    QCOMPARE(indicator->size(), QSizeF(37, 37));
-    const QPointF indicatorCentre = overlay->mapFromItem(indicator, QPointF(18.5, 18.5));
-    QVERIFY(near(indicatorCentre.x(), 195) && near(indicatorCentre.y(), 422 - 20));
-    QVERIFY(near(label->x() + label->width() / 2, 195));
-    QCOMPARE(label->y(), indicator->y() + indicator->height() + 12);
 }
 
 void TestFeedback::overlayBlocksInput_data() {

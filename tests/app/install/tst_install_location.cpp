@@ -31,17 +31,13 @@ void TestInstallLocation::literalPaths_data() {
     QTest::newRow("similar prefix") << "/ApplicationsX/Example.app" << false;
     QTest::newRow("lower case") << "/applications/Example.app" << false;
     QTest::newRow("relocated tree") << "/var/jb/Applications/Example.app" << true;
-    QTest::newRow("relocated tree, wrong case") << "/var/jb/applications/Example.app" << false;
     QTest::newRow("preboot procursus") << "/private/preboot/ABC123/procursus/Applications/Example.app" << true;
     QTest::newRow("preboot without procursus") << "/private/preboot/ABC123/Applications/Example.app" << false;
     QTest::newRow("procursus outside preboot") << "/private/var/procursus/Applications/Example.app" << false;
     QTest::newRow("container") << "/private/var/containers/Bundle/Application/0A1B/Example.app" << false;
     QTest::newRow("opt") << "/opt/brisko" << true;
-    QTest::newRow("opt folder itself") << "/opt" << false;
-    QTest::newRow("home") << "/home/dev/brisko/build/bundle" << false;
     QTest::newRow("relative") << "Applications/Example.app" << false;
     QTest::newRow("dot-dot into opt") << "/tmp/../opt/brisko" << true;
-    QTest::newRow("redundant separators") << "//Applications///Example.app" << true;
     QTest::newRow("dot components in preboot") << "/private/preboot/A/procursus/./Applications/E.app" << true;
     QTest::newRow("dot-dot out of applications") << "/Applications/../home/Example.app" << true; // unchanged path wins
     QTest::newRow("dot-dot out of opt") << "/usr/../etc/Example.app" << false;

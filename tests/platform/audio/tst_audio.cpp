@@ -61,13 +61,11 @@ void TestAudio::readWav_data() {
     QTest::newRow("odd chunk skipped with its padding") << riff(pcm16 + chunk("LIST", "abc") + chunk("data", samples)) << 16000 << 1 << 64;
     QTest::newRow("data size beyond the file") << riff(pcm16 + chunk("data", samples, 1000)) << 16000 << 1 << 64;
     QTest::newRow("partial last frame dropped") << riff(fmtChunk(1, 2, 8000, 16) + chunk("data", QByteArray(66, 1))) << 8000 << 2 << 64;
-    QTest::newRow("huge data size") << riff(pcm16 + chunk("data", samples, 0xFFFFFFF0)) << 16000 << 1 << 64;
 
     QTest::newRow("empty") << QByteArray() << 0 << 0 << 0;
     QTest::newRow("not wave") << QByteArray("RIFF\0\0\0\0AVI ", 12) + pcm16 + chunk("data", samples) << 0 << 0 << 0;
     QTest::newRow("float samples") << riff(fmtChunk(3, 1, 16000, 32) + chunk("data", samples)) << 0 << 0 << 0;
     QTest::newRow("no channels") << riff(fmtChunk(1, 0, 16000, 16) + chunk("data", samples)) << 0 << 0 << 0;
-    QTest::newRow("24-bit") << riff(fmtChunk(1, 1, 16000, 24) + chunk("data", samples)) << 0 << 0 << 0;
     QTest::newRow("short fmt chunk") << riff(fmtChunk(1, 1, 16000, 16, 12) + chunk("data", samples)) << 0 << 0 << 0;
     QTest::newRow("data before fmt") << riff(chunk("data", samples) + pcm16) << 0 << 0 << 0;
     QTest::newRow("no data") << riff(pcm16) << 0 << 0 << 0;
