@@ -185,8 +185,10 @@ void TestFeedback::toastsOverlap() {
 }
 
 void TestFeedback::overlayReplacesItselfAndDismisses() {
+    const QList<QQuickItem*> before = page_->childItems();
     BKDismissLoading(page_); // none yet: nothing happens
     BKDismissLoading(nullptr);
+    QCOMPARE(page_->childItems(), before);
     auto* nested = new QQuickItem(page_);
     nested->setParentItem(page_);
     BKShowLoading(nested, "第一");
