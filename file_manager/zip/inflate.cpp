@@ -59,6 +59,7 @@ StreamOutcome Inflater::inflateStream(const uint8_t* in, uint32_t inLength, uint
         const size_t produced = bufferSize - stream_.avail_out;
         if (produced > 0 && !sink.consume(buffer, produced))
             return StreamOutcome::Stopped;
+        sink.inputReadUpTo(stream_.next_in);
         if (result == Z_STREAM_END)
             return StreamOutcome::Complete;
         filledBuffer = stream_.avail_out == 0;

@@ -18,6 +18,8 @@ inline constexpr size_t kStreamBufferSize = 524288;
 class InflateSink {
 public:
     virtual bool consume(const uint8_t* bytes, size_t length) = 0;
+    // Told after each pass how far the input has been read.
+    virtual void inputReadUpTo(const uint8_t*) {}
 
 protected:
     ~InflateSink() = default;

@@ -13,6 +13,15 @@ MappedArchive::~MappedArchive()
         ::munmap(mapping_, size_);
 }
 
+void MappedArchive::release(const uint8_t* begin, const uint8_t* end) const
+{
+    static const uintptr_t page = static_cast<uintptr_t>(::sysconf(_SC_PAGESIZE));
+    const uintptr_t first = (reinterpret_cast<uintptr_t>(begin) + page - 1) & ~(page - 1);
+    const uintptr_t last = reinterpret_cast<uintptr_t>(end) & ~(page - 1);
+    if (mapping_ && last > first)
+        ::madvise(reinterpret_cast<void*>(first), last - first, MADV_DONTNEED);
+}
+
 bool MappedArchive::open(const std::string& path)
 {
     const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);

@@ -19,6 +19,11 @@ public:
     bool open(const std::string& path);
 
     const uint8_t* data() const { return data_; }
+
+    // Drops the mapped pages wholly inside [begin, end) from this process's resident set (they
+    // stay in the page cache and come back on the next read), so that memory stays flat while
+    // large entries stream through.
+    void release(const uint8_t* begin, const uint8_t* end) const;
     uint64_t size() const { return size_; }
 
 private:

@@ -1,5 +1,6 @@
 #include "unzip.h"
 
+#include <algorithm>
 #include <climits>
 #include <map>
 #include <memory>
@@ -35,10 +36,16 @@ private:
     std::map<uint64_t, uint64_t> ranges_;
 };
 
+// Mapped input is let go of in steps of this size as large entries are read.
+constexpr uint64_t kReleaseStep = uint64_t{8} << 20;
+
 // Stops a streamed entry that writes more than it declared or than the disk can spare.
 class FileSink final : public InflateSink {
 public:
-    FileSink(OutputFile& file, uint64_t declared) : file_(file), remaining_(declared) {}
+    FileSink(OutputFile& file, uint64_t declared, const MappedArchive& archive, const uint8_t* input)
+        : file_(file), remaining_(declared), archive_(archive), released_(input)
+    {
+    }
     bool consume(const uint8_t* bytes, size_t length) override
     {
         if (length > remaining_)
@@ -46,10 +53,19 @@ public:
         remaining_ -= length;
         return file_.write(bytes, length);
     }
+    void inputReadUpTo(const uint8_t* position) override
+    {
+        if (static_cast<uint64_t>(position - released_) >= kReleaseStep) {
+            archive_.release(released_, position);
+            released_ = position;
+        }
+    }
 
 private:
     OutputFile& file_;
     uint64_t remaining_;
+    const MappedArchive& archive_;
+    const uint8_t* released_;
 };
 
 class Extractor {
@@ -120,8 +136,16 @@ void Extractor::extract(const CentralEntry& entry)
 void Extractor::writeStored(int folder, std::string_view name, const uint8_t* data, uint32_t length)
 {
     OutputFile file(guard_);
-    if (file.create(folder, name) && file.write(data, length))
-        file.commit();
+    if (!file.create(folder, name))
+        return;
+    for (uint64_t done = 0; done < length;) {
+        const uint64_t step = std::min<uint64_t>(length - done, kReleaseStep);
+        if (!file.write(data + done, step))
+            return;  // the file is discarded
+        archive_.release(data + done, data + done + step);
+        done += step;
+    }
+    file.commit();
 }
 
 void Extractor::writeDeflated(int folder, std::string_view name, const uint8_t* data, const CentralEntry& entry)
@@ -142,10 +166,11 @@ void Extractor::writeDeflated(int folder, std::string_view name, const uint8_t* 
     OutputFile file(guard_);
     if (!file.create(folder, name))
         return;
-    FileSink sink(file, entry.uncompressedSize);
+    FileSink sink(file, entry.uncompressedSize, archive_, data);
     const StreamOutcome outcome = inflater_.inflateStream(data, entry.compressedSize, work, kStreamBufferSize, sink);
     if (outcome == StreamOutcome::Complete || outcome == StreamOutcome::Truncated)
         file.commit();
+    archive_.release(data, data + entry.compressedSize);
 }
 
 }  // namespace
