@@ -115,21 +115,23 @@ void rotateHalfRows(const Frame& f, int32_t columns) {
 
 #endif
 
+// Tiles cover the leading rows and columns; the scalar loop takes the edges.
 void rotate(const Frame& f, int32_t quad) {
-    int32_t rows = 0, columns = 0;
+    int32_t rows = f.height & ~7, columns = f.width & ~7;
+    if (quad == 2 ||
+        !_bkRotateQuarterAvx2(f.src, f.width, f.height, f.stride, f.dst, quad == 1, rows, columns)) {
+        rows = columns = 0;
 #if defined(__SSE2__)
-    columns = f.width & ~3;
-    if (quad == 2) {
-        rotateHalfRows(f, columns);
-        rows = f.height;
-    } else {
-        rows = f.height & ~3;
-        if (quad == 1)
+        columns = f.width & ~3;
+        rows = quad == 2 ? f.height : f.height & ~3;
+        if (quad == 2)
+            rotateHalfRows(f, columns);
+        else if (quad == 1)
             rotateQuarterTiles<true>(f, rows, columns);
         else
             rotateQuarterTiles<false>(f, rows, columns);
-    }
 #endif
+    }
     rotateScalar(f, quad, 0, rows, columns, f.width);
     rotateScalar(f, quad, rows, f.height, 0, f.width);
 }

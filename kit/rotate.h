@@ -12,6 +12,13 @@ namespace brisko {
 bool _bkRotateOpaque(const uint8_t* src, int32_t width, int32_t height, int32_t srcStride, uint8_t* dst,
                      int32_t quad);
 
+// The quarter turns of the leading rows × columns (multiples of 8) of a frame with AVX2
+// tiles; false when the processor lacks AVX2 or s_rotateWithAvx2 is off (tests turn it off
+// to reach the SSE2 tiles).
+extern bool s_rotateWithAvx2;
+bool _bkRotateQuarterAvx2(const uint8_t* src, int32_t width, int32_t height, int32_t srcStride, uint32_t* dst,
+                          bool clockwise, int32_t rows, int32_t columns);
+
 // Sets the fourth byte of every pixel to 0xFF in place.
 void _bkMakeOpaque(uint8_t* pixels, int32_t width, int32_t height, int32_t stride);
 
