@@ -7,7 +7,7 @@ Makes three archives with the system's zip (default level): 2,000 text files of 
 20 files of 20 MiB, mixed text and binary; one 500 MiB log. Each tool extracts each archive into
 a fresh folder on a tmpfs (/dev/shm), the tools taking turns in a rotating order, N runs each
 (default 7). Prints the median wall time, MB/s of output (10^6 bytes per second), ours/peer
-ratios, and the peak resident memory of each tool on the 500 MiB case.
+ratios, and each tool's peak resident memory (through /usr/bin/time, package "time").
 """
 import argparse
 import os
@@ -107,16 +107,27 @@ def output_bytes(folder):
     return total
 
 
+GNU_TIME = "/usr/bin/time"  # Debian package "time": the child's own peak RSS
+
+
 def run_once(argv, dest):
+    """Wall time and peak resident KiB (0 when /usr/bin/time is missing) of one extraction."""
     shutil.rmtree(dest, ignore_errors=True)
     os.makedirs(dest)
+    rss_file = dest + ".rss"
+    if os.access(GNU_TIME, os.X_OK):
+        argv = [GNU_TIME, "-f", "%M", "-o", rss_file] + argv
     start = time.perf_counter()
-    proc = subprocess.Popen(argv, stdin=subprocess.DEVNULL)
-    _, status, usage = os.wait4(proc.pid, 0)
+    status = subprocess.run(argv, stdin=subprocess.DEVNULL).returncode
     elapsed = time.perf_counter() - start
-    if os.waitstatus_to_exitcode(status) != 0:
-        sys.exit(f"{argv[0]} failed: {argv}")
-    return elapsed, usage.ru_maxrss  # KiB
+    if status != 0:
+        sys.exit(f"failed: {argv}")
+    peak = 0
+    if os.path.exists(rss_file):
+        with open(rss_file) as f:
+            peak = int(f.read().split()[-1])
+        os.remove(rss_file)
+    return elapsed, peak
 
 
 def main():
@@ -166,7 +177,8 @@ def main():
         shutil.rmtree(dest, ignore_errors=True)
         med = {n: statistics.median(times[n]) for n in names}
         for n in names:
-            print(f"{title:34} {n:13} {med[n]:9.3f} {size / med[n] / 1e6:8.1f} {rss[n] / 1024:8.1f} MiB")
+            peak = f"{rss[n] / 1024:6.1f} MiB" if rss[n] else "n/a"
+            print(f"{title:34} {n:13} {med[n]:9.3f} {size / med[n] / 1e6:8.1f} {peak:>10}")
         summary.append((title, med["bsdtar"] / med["brisko-unzip"], med["unzip"] / med["brisko-unzip"]))
     print()
     print(f"{'archive':34} {'ours/bsdtar':>12} {'ours/unzip':>11}   (speed ratios, >1 = ours faster)")
