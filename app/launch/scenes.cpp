@@ -1,11 +1,13 @@
 #include "app/feedback/feedback_scenes.h"
 #include "app/launch/screenshot_tour.h"
+#include "main_screen/main_screen_scenes.h"
 #include "platform/ui/scenes.h"
 
 namespace brisko {
 
 void registerAllScenes() {
     ui::registerScene(QStringLiteral("launch"), [](QQuickItem*) { return std::function<void()>(); });
+    registerMainScreenScenes();
     registerFeedbackScenes();
 }
 

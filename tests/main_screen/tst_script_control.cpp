@@ -150,6 +150,7 @@ private slots:
         daemon.reply = reply;
         QVERIFY(daemon.listen(QHostAddress::LocalHost));
         BKSetScriptControlEndpointForTesting(QString("http://127.0.0.1:%1").arg(daemon.serverPort()));
+        _runtimeStatusLoaded = true; // no status retries: every ping seen here comes from the command
         ui::Window window;
         auto* screen = new PrivilegedScreen;
         window.setRootViewController(new ui::NavigationController(screen));
@@ -180,6 +181,7 @@ private slots:
             QVERIFY(screen->posts.isEmpty());
         }
         BKSetScriptControlEndpointForTesting(QString());
+        resetRuntimeStatusForTesting();
     }
 };
 
