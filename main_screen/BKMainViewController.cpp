@@ -4,6 +4,7 @@
 #include "app/install/install_location.h"
 #include "app/keepalive/keepalive.h"
 #include "app/status/channel.h"
+#include "app/status/locations.h"
 #include "app/status/notification_names.h"
 #include "app/status/runtime_status.h"
 #include "main_screen/device_facts.h"
@@ -27,16 +28,10 @@ constexpr double kStatusRetryDelay = 0.5;
 constexpr double kToggleBusyWindow = 0.3;
 inline const QString kLogsBarItem = QStringLiteral("openLogs");
 
-// The launch reads the same marker; only its presence counts.
-QString bootMarkerPath() {
-    const QString documents = bundle::documentsDirectory();
-    return documents.isEmpty() ? QString() : QDir(documents).filePath(QStringLiteral("boot_autostart"));
-}
-
-bool bootMarkerExists() { return QFileInfo::exists(bootMarkerPath()); }
+bool bootMarkerExists() { return QFileInfo::exists(BKBootAutostartMarkerPath()); }
 
 void writeBootMarker(bool on) {
-    const QString path = bootMarkerPath();
+    const QString path = BKBootAutostartMarkerPath();
     if (path.isEmpty()) return;
     if (!on) {
         QFile::remove(path);

@@ -8,9 +8,7 @@
 #include "app/status/runtime_status.h"
 #include "kit/BKKit.h"
 #include "main_screen/BKMainViewController.h"
-#include "platform/bundle/bundle.h"
 
-#include <QDir>
 #include <QFileInfo>
 #include <QFontDatabase>
 
@@ -21,14 +19,6 @@ bool s_background = false;
 
 int spawnWithKit(const QString& path, const QStringList& arguments) { return BKKit::spawnAsRoot(path, arguments); }
 BKDaemonSpawner s_spawner = spawnWithKit;
-
-inline const QString kDaemonName = QStringLiteral("floatball");
-inline const QString kMarkerName = QStringLiteral("boot_autostart");
-inline const QString kLogName = QStringLiteral("script.log");
-
-QString joined(const QString& folder, const QString& name) {
-    return folder.isEmpty() ? QString() : QDir(folder).filePath(name);
-}
 
 void startDaemonIfNeeded() {
     const QString daemon = BKDaemonExecutablePath();
@@ -43,10 +33,6 @@ void startDaemonIfNeeded() {
 }
 
 } // namespace
-
-QString BKDocumentsDirectory() { return bundle::documentsDirectory(); }
-QString BKDaemonExecutablePath() { return joined(bundle::bundlePath(), kDaemonName); }
-QString BKBootAutostartMarkerPath() { return joined(BKDocumentsDirectory(), kMarkerName); }
 
 bool BKApplicationIsInBackground() { return s_background; }
 void BKSetApplicationInBackground(bool background) { s_background = background; }
@@ -64,7 +50,7 @@ BKNavController* BKCreateRootViewController() {
 void BKStartBriskoServices() {
     _logFont = QFontDatabase::systemFont(QFontDatabase::FixedFont);
     _logFont.setPixelSize(12); // points are device-independent pixels here
-    _logFilePath = joined(BKDocumentsDirectory(), kLogName);
+    _logFilePath = BKScriptLogPath();
     BKRegisterHotspotHelper();
     BKSetDebugServiceEnabledProvider([] { return _debugServiceEnabled; });
     BKAddDaemonObservers();

@@ -1,6 +1,7 @@
 #pragma once
 // Launch: the window, the root screen, asset deployment and the start of the daemon.
 
+#include "app/status/locations.h"
 #include "platform/ui/navigationcontroller.h"
 
 #include <QString>
@@ -15,11 +16,6 @@ public:
     using ui::NavigationController::NavigationController;
     ui::ViewController* childViewControllerForStatusBarStyle() const override { return topViewController(); }
 };
-
-// Documents folder of the user, computed on every call; null when it cannot be determined.
-QString BKDocumentsDirectory();
-QString BKDaemonExecutablePath();
-QString BKBootAutostartMarkerPath();
 
 BKNavController* BKCreateRootViewController();
 void BKStartBriskoServices();
