@@ -1,7 +1,8 @@
 // bench_bundle_digest: hashes a synthetic bundle of about 2,000 files and 200 MB with the bundle
 // digest, and the same file bytes in the same order with `cat | md5sum`, `cat | openssl md5` and
-// `md5sum FILES`, interleaved, warm cache; prints the medians and the ratios. With the application built, it
-// also times launches from process start to the first frame with that bundle deployed.
+// `md5sum FILES`, interleaved, warm cache; prints the medians and the ratios. With the
+// application built, it also times launches from process start to the first frame with that
+// bundle deployed.
 
 #include "app/assets/digest.h"
 #include "bench/bundle_digest/first_frame.h"
