@@ -1,4 +1,6 @@
-// Captures of the test display, drawn on by a plain X11 client of the test.
+// Captures of a private display, drawn on by a plain X11 client of the test.
+#include "capture_xvfb.h"
+
 #include "kit/BKKit.h"
 #include "kit/geometry.h"
 #include "kit/geometry_testing.h"
@@ -71,7 +73,7 @@ class CaptureTest : public QObject {
   private slots:
     void initTestCase() {
         m_display = XOpenDisplay(nullptr);
-        QVERIFY2(m_display, "needs the test display");
+        QVERIFY2(m_display, "the private display is gone");
         m_root = QSize(DisplayWidth(m_display, DefaultScreen(m_display)),
                        DisplayHeight(m_display, DefaultScreen(m_display)));
         BKKit::initialize();
@@ -188,5 +190,14 @@ class CaptureTest : public QObject {
     }
 };
 
-QTEST_MAIN(CaptureTest)
+// The server must exist before the application connects to it.
+int main(int argc, char** argv) {
+    PrivateXvfb server(QStringLiteral("1170x2532x24"), true);
+    if (server.display().isEmpty()) return 1;
+    qputenv("DISPLAY", server.display().toLocal8Bit());
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    QGuiApplication app(argc, argv);
+    CaptureTest test;
+    return QTest::qExec(&test, argc, argv);
+}
 #include "tst_capture.moc"
