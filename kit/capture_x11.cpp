@@ -10,6 +10,7 @@
 #include <sys/ipc.h>
 #include <sys/shm.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 
@@ -129,8 +130,14 @@ void _bkCaptureInitialize(const QScreen* screen) {
 
 BKScreenshotSurface* _ensureScreenshotSurface() {
     if (s_screenshotSurface) return &s_screenshotSurface->surface;
-    const double width = s_captureNativeSize.width(), height = s_captureNativeSize.height();
-    if (!usable() || !isFrameSize(width, height)) return nullptr;
+    if (!usable()) return nullptr;
+    // Fractional scales can round the size a pixel past the screen, which X would refuse.
+    const int screen = DefaultScreen(s_display);
+    const double width =
+        std::min(s_captureNativeSize.width(), double(DisplayWidth(s_display, screen) - s_originX));
+    const double height =
+        std::min(s_captureNativeSize.height(), double(DisplayHeight(s_display, screen) - s_originY));
+    if (!isFrameSize(width, height)) return nullptr;
     s_screenshotSurface = createFrame(int32_t(width), int32_t(height));
     return s_screenshotSurface ? &s_screenshotSurface->surface : nullptr;
 }
