@@ -12,7 +12,8 @@ namespace brisko {
 // unavailable otherwise. Run once, from start-up.
 void _bkCaptureInitialize(const QScreen* screen);
 
-// The frame the display delivers: s_captureNativeSize pixels of B,G,R,X in one shared segment.
+// The frame the display delivers: s_captureNativeSize pixels (as much of it as lies on the
+// screen) of B,G,R,X in one shared segment.
 struct BKScreenshotSurface {
     uint8_t* base;
     int32_t width, height, bytesPerRow;
