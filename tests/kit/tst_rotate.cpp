@@ -70,20 +70,6 @@ class RotateTest : public QObject {
         s_rotateWithAvx2 = avx2;
     }
 
-    void refusesWhatIsNotAFrame() {
-        struct Row {
-            int width, height, stride, quad;
-        };
-        const Row rows[] = {{4, 4, 16, 0},  {4, 4, 16, 4}, {0, 4, 16, 1},
-                            {4, -4, 16, 1}, {4, 4, 15, 1}, {4, 4, -16, 2}};
-        std::vector<uint8_t> source(64, 1), out(64, 7);
-        for (const Row& row : rows)
-            QVERIFY(!_bkRotateOpaque(source.data(), row.width, row.height, row.stride, out.data(), row.quad));
-        QVERIFY(!_bkRotateOpaque(nullptr, 4, 4, 16, out.data(), 1));
-        QVERIFY(!_bkRotateOpaque(source.data(), 4, 4, 16, nullptr, 1));
-        QVERIFY(std::all_of(out.begin(), out.end(), [](uint8_t b) { return b == 7; }));
-    }
-
     void bufferOnlyGrows() {
         struct Row {
             uint64_t start, needed;
