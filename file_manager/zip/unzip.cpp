@@ -96,6 +96,8 @@ private:
     bool bufferFailed_ = false;
 };
 
+static_assert(kOnePieceLimit <= kStreamBufferSize, "one-piece output must fit the shared buffer");
+
 uint8_t* Extractor::buffer()
 {
     if (!buffer_ && !bufferFailed_) {
