@@ -20,7 +20,7 @@ input_event ev(uint16_t type, uint16_t code, int32_t value) {
     return e;
 }
 
-// Small builders for protocol-B frames; x in 0..1000, y in 0..2000 unless a test says otherwise.
+// Protocol-B frame builders; x in 0..1000, y in 0..2000.
 Events operator+(Events a, const Events& b) {
     a.insert(a.end(), b.begin(), b.end());
     return a;
@@ -32,19 +32,6 @@ Events atX(int x) { return {ev(EV_ABS, ABS_MT_POSITION_X, x)}; }
 Events syn() { return {ev(EV_SYN, SYN_REPORT, 0)}; }
 Events down(int s, int id, int x, int y) { return slot(s) + contact(id) + at(x, y) + syn(); }
 Events lift(int s) { return slot(s) + contact(-1) + syn(); }
-
-const TouchAxis kAxisX{0, 1000}, kAxisY{0, 2000};
-
-TouchSnapshot idle(size_t slotCount) {
-    return {0, std::vector<TouchSlot>(slotCount)};
-}
-
-Reports decode(TouchDecoder& decoder, const Events& events) {
-    Reports out;
-    for (const input_event& e : events)
-        if (auto r = decoder.feed(e)) out.push_back(*r);
-    return out;
-}
 
 QString describe(const Reports& reports) {
     QStringList parts;
@@ -73,18 +60,15 @@ private slots:
                                                           << R({{0, 0, 1}});
         QTest::newRow("ended wins over a last move") << a + atX(1000) + contact(-1) + syn()
                                                      << R({{0, 0.5, 0.5}, {2, 1, 0.5}});
-        QTest::newRow("nothing before the frame ends") << slot(0) + contact(1) + at(1, 1) << R({});
+        QTest::newRow("same position is no move") << a + atX(500) + syn() << R({{0, 0.5, 0.5}});
         QTest::newRow("range only: tool and pressure")
-            << Events{ev(EV_KEY, BTN_TOOL_FINGER, 1), ev(EV_ABS, ABS_MT_PRESSURE, 30)} + syn() << R({});
-        QTest::newRow("pressure while down") << a + Events{ev(EV_ABS, ABS_MT_TOUCH_MAJOR, 9)} + syn()
-                                             << R({{0, 0.5, 0.5}});
+            << a + Events{ev(EV_KEY, BTN_TOOL_FINGER, 1), ev(EV_ABS, ABS_MT_PRESSURE, 30)} + syn()
+            << R({{0, 0.5, 0.5}});
         QTest::newRow("other types and single-touch axes")
             << Events{ev(EV_KEY, BTN_TOUCH, 1), ev(EV_MSC, MSC_TIMESTAMP, 5), ev(EV_REL, REL_X, 3),
                       ev(EV_ABS, ABS_X, 10), ev(EV_ABS, ABS_Y, 10), ev(EV_SYN, SYN_MT_REPORT, 0)} +
                    syn()
             << R({});
-        QTest::newRow("same position is no move") << a + atX(500) + syn() << R({{0, 0.5, 0.5}});
-        QTest::newRow("lift without contact") << lift(0) << R({});
         QTest::newRow("second finger joins and leaves")
             << a + down(1, 8, 0, 0) + slot(1) + at(100, 100) + syn() + lift(1) + lift(0)
             << R({{0, 0.5, 0.5}, {2, 0.5, 0.5}});
@@ -102,8 +86,11 @@ private slots:
     void framesBecomePhases() {
         QFETCH(Events, events);
         QFETCH(Reports, expected);
-        TouchDecoder decoder(kAxisX, kAxisY, idle(4));
-        QCOMPARE(describe(decode(decoder, events)), describe(expected));
+        TouchDecoder decoder({0, 1000}, {0, 2000}, {0, std::vector<TouchSlot>(4)});
+        Reports got;
+        for (const input_event& e : events)
+            if (auto r = decoder.feed(e)) got.push_back(*r);
+        QCOMPARE(describe(got), describe(expected));
     }
 
     void normalisesByTheAxisRange_data() {
@@ -111,12 +98,9 @@ private slots:
         QTest::addColumn<int>("minimum");
         QTest::addColumn<int>("maximum");
         QTest::addColumn<double>("expected");
-        QTest::newRow("zero-based") << 250 << 0 << 1000 << 0.25;
         QTest::newRow("non-zero minimum") << 600 << 100 << 1100 << 0.5;
-        QTest::newRow("negative minimum") << 0 << -500 << 500 << 0.5;
         QTest::newRow("minimum above maximum runs backwards") << 250 << 1000 << 0 << 0.75;
         QTest::newRow("beyond the maximum") << 1200 << 0 << 1000 << 1.0;
-        QTest::newRow("below the minimum") << -5 << 0 << 1000 << 0.0;
         QTest::newRow("empty range") << 5 << 5 << 5 << 0.0;
         QTest::newRow("full 32-bit range") << 0 << INT_MIN << INT_MAX << 0.5;
     }
@@ -126,46 +110,6 @@ private slots:
         QFETCH(int, maximum);
         QFETCH(double, expected);
         QVERIFY(qAbs(TouchDecoder::normalise(value, {minimum, maximum}) - expected) < 1e-9);
-    }
-
-    void aFingerAlreadyDownIsNotANewTouch() {
-        TouchSnapshot start = idle(2);
-        start.contacts[0] = {9, 500, 1000};
-        TouchDecoder decoder(kAxisX, kAxisY, start);
-        QCOMPARE(describe(decode(decoder, atX(0) + syn() + lift(0))), describe(R({{1, 0, 0.5}, {2, 0, 0.5}})));
-    }
-
-    void resyncAfterAGapReportsWhatChanged_data() {
-        QTest::addColumn<bool>("liftedDuringGap");
-        QTest::addColumn<Reports>("expected");
-        QTest::newRow("lifted") << true << R({{2, 0.5, 0.5}});
-        QTest::newRow("moved") << false << R({{1, 1, 1}});
-    }
-    void resyncAfterAGapReportsWhatChanged() {
-        QFETCH(bool, liftedDuringGap);
-        QFETCH(Reports, expected);
-        TouchDecoder decoder(kAxisX, kAxisY, idle(2));
-        decode(decoder, down(0, 1, 500, 1000) + Events{ev(EV_SYN, SYN_DROPPED, 0)});
-        QVERIFY(!decoder.needsResync());
-        decode(decoder, atX(900) + syn());
-        QVERIFY(decoder.needsResync());
-        TouchSnapshot now = idle(2);
-        now.contacts[0] = liftedDuringGap ? TouchSlot{-1, 500, 1000} : TouchSlot{1, 1000, 2000};
-        Reports got;
-        if (auto r = decoder.resync(now)) got.push_back(*r);
-        QVERIFY(!decoder.needsResync());
-        QCOMPARE(describe(got), describe(expected));
-    }
-
-    void garbageStreamsNeverCrash() {
-        TouchDecoder decoder(kAxisX, kAxisY, idle(3));
-        QRandomGenerator rng(8);
-        for (int i = 0; i < 200000; ++i) {
-            const uint16_t type = uint16_t(rng.bounded(5));
-            const uint16_t code = uint16_t(rng.bounded(0x40));
-            const auto report = decoder.feed(ev(type, code, int32_t(rng.generate())));
-            if (report) QVERIFY(report->phase >= 0 && report->phase <= 2 && report->x >= 0 && report->x <= 1);
-        }
     }
 };
 

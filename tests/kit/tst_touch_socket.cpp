@@ -6,10 +6,8 @@
 
 #include <QtTest>
 
-#include <cmath>
 #include <limits>
 
-#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -61,33 +59,6 @@ bool receiveThreadExists() {
     return false;
 }
 
-int openDescriptorCount() {
-    return int(QDir("/proc/self/fd").entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot).size());
-}
-
-// A message carrying a descriptor of ours; the receiver must not keep its copy.
-bool sendWithDescriptor(const std::string& path, const QByteArray& bytes, int passed) {
-    const int fd = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    sockaddr_un a = addressOf(path);
-    iovec iov{const_cast<char*>(bytes.constData()), size_t(bytes.size())};
-    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
-    msghdr msg{};
-    msg.msg_name = &a;
-    msg.msg_namelen = sizeof a;
-    msg.msg_iov = &iov;
-    msg.msg_iovlen = 1;
-    msg.msg_control = control;
-    msg.msg_controllen = sizeof control;
-    cmsghdr* c = CMSG_FIRSTHDR(&msg);
-    c->cmsg_level = SOL_SOCKET;
-    c->cmsg_type = SCM_RIGHTS;
-    c->cmsg_len = CMSG_LEN(sizeof(int));
-    std::memcpy(CMSG_DATA(c), &passed, sizeof passed);
-    const bool sent = ::sendmsg(fd, &msg, 0) == bytes.size();
-    ::close(fd);
-    return sent;
-}
-
 // Everything queued to the main thread before this call has run when it returns.
 void drainMainQueue() {
     bool done = false;
@@ -132,10 +103,7 @@ private slots:
         touches_.clear();
         s_touchSockDown = false;
     }
-    void cleanup() {
-        _stopTouchSocket();
-        _bkSetScreenForTesting({390, 844}, 2, 0);
-    }
+    void cleanup() { _stopTouchSocket(); }
 
     void messagesBecomePhases_data() {
         QTest::addColumn<Msgs>("messages");
@@ -146,15 +114,11 @@ private slots:
         QTest::newRow("up without down") << Msgs{up} << QStringList{};
         QTest::newRow("two ups, one ended") << Msgs{d1, up, up} << QStringList{"0@" + at1, "2@" + at2};
         QTest::newRow("pixels through the scale") << Msgs{{390, 844, 1}} << QStringList{"0@0.5,0.5"};
-        QTest::newRow("any non-zero byte is down") << Msgs{{0, 0, 0xff}} << QStringList{"0@0,0"};
-        QTest::newRow("NaN changes nothing") << Msgs{{kNaN, 10, 1}, d1} << QStringList{"0@" + at1};
-        QTest::newRow("infinities change nothing") << Msgs{{kInf, 10, 1}, {10, -kInf, 1}, d1} << QStringList{"0@" + at1};
-        QTest::newRow("huge values change nothing")
-            << Msgs{{1e9f, 10, 1}, {10, -3.4e38f, 1}, d1} << QStringList{"0@" + at1};
+        QTest::newRow("NaN, infinities and huge values change nothing")
+            << Msgs{{kNaN, 10, 1}, {kInf, 10, 1}, {10, -kInf, 1}, {1e9f, 10, 1}, {10, -3.4e38f, 1}, d1}
+            << QStringList{"0@" + at1};
         QTest::newRow("a hostile up keeps the finger down") << Msgs{d1, {kNaN, kNaN, 0}, d2}
                                                             << QStringList{"0@" + at1, "1@" + at2};
-        QTest::newRow("slightly off screen is still a touch") << Msgs{{-2, 1700, 1}}
-                                                              << QStringList{"0@-0.002564,1.007"};
     }
     void messagesBecomePhases() {
         QFETCH(Msgs, messages);
@@ -168,46 +132,16 @@ private slots:
         QCOMPARE(touches_, expected);
     }
 
-    void aTouchWithoutAScreenIsDroppedButItsPhaseCounts() {
-        _bkSetScreenForTesting({0, 0}, 2, 0);
-        const InjectedTouchMessage down{10, 10, 1};
-        _handleInjectedTouchMessage(&down);
-        _bkSetScreenForTesting({390, 844}, 2, 0);
-        _handleInjectedTouchMessage(&down);
-        drainMainQueue();
-        QCOMPARE(touches_, QStringList{"1@0.01282,0.005924"});
-    }
-
     void datagramsReachTheCallbackOnTheMainThread() {
         QVERIFY(QFile(QString::fromStdString(path_)).open(QIODevice::WriteOnly)); // stale file
         startAndWait();
         QVERIFY(receiveThreadExists());
-        send({390, 844, 1});
-        send({0, 0, 1});
-        send({0, 0, 0});
-        QTRY_COMPARE(touches_, (QStringList{"0@0.5,0.5", "1@0,0", "2@0,0"}));
-        QVERIFY(!offMainThread_);
-    }
-
-    void onlyWholeMessagesCount() {
-        startAndWait();
         QVERIFY(sendDatagram(path_, wire({100, 100, 1}).left(8)));
         QVERIFY(sendDatagram(path_, QByteArray()));
         send({390, 844, 1}, 3); // 12 bytes: the tail is ignored
-        QTRY_COMPARE(touches_.size(), 1);
-        QCOMPARE(touches_[0], QString("0@0.5,0.5"));
-    }
-
-    void passedDescriptorsAreNotKept() {
-        startAndWait();
-        const int before = openDescriptorCount();
-        for (int i = 0; i < 20; ++i) {
-            const int passed = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
-            QVERIFY(sendWithDescriptor(path_, wire({390, 844, 1}), passed));
-            ::close(passed);
-        }
-        QTRY_COMPARE(touches_.size(), 20);
-        QCOMPARE(openDescriptorCount(), before);
+        send({0, 0, 0});
+        QTRY_COMPARE(touches_, (QStringList{"0@0.5,0.5", "2@0,0"}));
+        QVERIFY(!offMainThread_);
     }
 
     void stopEndsTheThreadAtOnceAndRemovesTheSocket() {
@@ -221,16 +155,6 @@ private slots:
         QVERIFY(!receiveThreadExists());
         QVERIFY(!s_touchSockRunning);
         _stopTouchSocket(); // twice is harmless
-    }
-
-    void aFailedSetUpCanBeRetried() {
-        _touchSocketUsePath(dir_.filePath("missing/touch.sock").toStdString());
-        _startTouchSocket();
-        QTRY_VERIFY(!s_touchSockRunning);
-        _touchSocketUsePath(path_);
-        startAndWait();
-        send({390, 844, 1});
-        QTRY_COMPARE(touches_, QStringList{"0@0.5,0.5"});
     }
 
     // A child connects while it is still root, then becomes nobody and sends; it also tries the
@@ -255,8 +179,7 @@ private slots:
         if (WEXITSTATUS(status) == 2) QSKIP("needs root to become another user");
         QCOMPARE(WEXITSTATUS(status), 0);
         send({390, 844, 1});
-        QTRY_COMPARE(touches_.size(), 1);
-        QCOMPARE(touches_[0], QString("0@0.5,0.5"));
+        QTRY_COMPARE(touches_, QStringList{"0@0.5,0.5"});
     }
 };
 
