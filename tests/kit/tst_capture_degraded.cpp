@@ -4,50 +4,43 @@
 
 #include <QtTest>
 
-#include <QDir>
-#include <QProcess>
-
 #include <memory>
 
 class CaptureDegradedTest : public QObject {
     Q_OBJECT
   private slots:
+    void degraded_data() {
+        QTest::addColumn<QString>("screen"); // none: no display at all
+        QTest::addColumn<bool>("shm");
+        QTest::addColumn<bool>("loseServer");
+        QTest::addColumn<QStringList>("expected"); // first frame, second frame, image
+        QTest::newRow("no display") << QString() << true << false << QStringList{"null", "null", "null"};
+        QTest::newRow("no MIT-SHM") << "320x240x24" << false << false << QStringList{"null", "null", "null"};
+        QTest::newRow("screen smaller than the frame")
+            << "32x32x24" << true << false << QStringList{"32x32", "32x32", "ok"};
+        QTest::newRow("server goes away") << "320x240x24" << true << true << QStringList{"64x48", "null", "null"};
+        QTest::newRow("server stays") << "320x240x24" << true << false << QStringList{"64x48", "64x48", "ok"};
+    }
     void degraded() {
-        struct Row {
-            const char* name;
-            QString screen;
-            bool shm, loseServer;
-            QString first, second;
-        };
-        const Row rows[] = {
-            {"no display", QString(), true, false, "null", "null"},
-            {"no MIT-SHM", "320x240x24", false, false, "null", "null"},
-            {"screen smaller than the frame", "32x32x24", true, false, "32x32", "32x32"},
-            {"server goes away", "320x240x24", true, true, "64x48", "null"},
-            {"server stays", "320x240x24", true, false, "64x48", "64x48"},
-        };
-        for (const Row& row : rows) {
-            std::unique_ptr<PrivateXvfb> server;
-            if (!row.screen.isEmpty()) server = std::make_unique<PrivateXvfb>(row.screen, row.shm);
-            QVERIFY2(!server || !server->display().isEmpty(), "Xvfb did not start");
-            QProcess probe;
-            QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-            env.insert(QStringLiteral("DISPLAY"), server ? server->display() : QString());
-            probe.setProcessEnvironment(env);
-            probe.start(QDir(qEnvironmentVariable("BRISKO_TEST_BIN_DIR")).filePath("kit_capture_probe"));
-            QVERIFY(probe.waitForStarted());
-            QTRY_VERIFY(probe.canReadLine());
-            const QString first = QString::fromLatin1(probe.readLine()).trimmed();
-            QVERIFY2(first == row.first, qPrintable(QStringLiteral("%1: %2").arg(row.name, first)));
-            if (row.loseServer) server->kill();
-            probe.write("next\n");
-            QVERIFY(probe.waitForFinished());
-            QVERIFY2(probe.exitStatus() == QProcess::NormalExit && probe.exitCode() == 0, row.name);
-            const QString raw = QString::fromLatin1(probe.readLine()).trimmed();
-            const QString image = QString::fromLatin1(probe.readLine()).trimmed();
-            QVERIFY2(raw == row.second && image == (row.second == "null" ? "null" : "ok"),
-                     qPrintable(QStringLiteral("%1: %2, image %3").arg(row.name, raw, image)));
-        }
+        QFETCH(QString, screen);
+        QFETCH(bool, shm);
+        QFETCH(bool, loseServer);
+        QFETCH(QStringList, expected);
+        std::unique_ptr<PrivateXvfb> server;
+        if (!screen.isEmpty()) server = std::make_unique<PrivateXvfb>(screen, shm);
+        QVERIFY2(!server || !server->display().isEmpty(), "Xvfb did not start");
+        qputenv("DISPLAY", server ? server->display().toLocal8Bit() : QByteArray());
+        QProcess probe;
+        probe.start(QDir(qEnvironmentVariable("BRISKO_TEST_BIN_DIR")).filePath("kit_capture_probe"));
+        QVERIFY(probe.waitForStarted());
+        QTRY_VERIFY(probe.canReadLine());
+        QStringList got{QString::fromLatin1(probe.readLine()).trimmed()};
+        if (loseServer) server->kill();
+        probe.write("next\n");
+        QVERIFY(probe.waitForFinished());
+        QVERIFY(probe.exitStatus() == QProcess::NormalExit && probe.exitCode() == 0);
+        while (probe.canReadLine()) got << QString::fromLatin1(probe.readLine()).trimmed();
+        QCOMPARE(got, expected);
     }
 };
 
