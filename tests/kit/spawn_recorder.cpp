@@ -1,7 +1,6 @@
 // Started by the spawn tests with arbitrary arguments and no environment, so it cannot be told
 // where to write: it records to /tmp/brisko-spawn-record.PID, PID being what the spawn returned.
-// The record, one JSON object written atomically: "argv", "env", "uid", "gid", "groups" (the
-// supplementary groups), "sid", "ppid".
+// The record is one JSON object, written atomically.
 
 #include <QFile>
 #include <QJsonArray>
@@ -35,8 +34,7 @@ QJsonArray supplementaryGroups() {
 int main(int argc, char** argv) {
     const QJsonObject record{{"argv", strings(argv, argc)}, {"env", strings(environ, -1)},
                              {"uid", int(getuid())}, {"gid", int(getgid())},
-                             {"groups", supplementaryGroups()}, {"sid", int(getsid(0))},
-                             {"ppid", int(getppid())}};
+                             {"groups", supplementaryGroups()}, {"sid", int(getsid(0))}};
     QSaveFile file(QStringLiteral("/tmp/brisko-spawn-record.%1").arg(getpid()));
     if (!file.open(QIODevice::WriteOnly)) return 1;
     file.write(QJsonDocument(record).toJson());
