@@ -1,13 +1,12 @@
 #pragma once
 // Builds small file trees for the asset tests.
 
-#include <QByteArray>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QString>
 
 #include <filesystem>
+#include <fstream>
 #include <system_error>
 
 #include <sys/stat.h>
@@ -30,6 +29,12 @@ inline void put(const QString& root, const QString& rel, const QByteArray& conte
 inline QByteArray contentOf(const QString& path) {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
+}
+
+// For names that are not valid UTF-8, which QString cannot carry.
+inline bool putRaw(const QByteArray& path, const char* content) {
+    std::ofstream out(path.constData(), std::ios::binary);
+    return bool(out << content);
 }
 
 inline bool link(const QString& root, const QString& rel, const QByteArray& target) {
