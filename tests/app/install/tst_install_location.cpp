@@ -3,7 +3,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -11,86 +10,62 @@ using namespace brisko;
 
 class TestInstallLocation : public QObject {
     Q_OBJECT
+    QTemporaryDir opt_{QStringLiteral("/opt/brisko-install-test-XXXXXX")}, tmp_;
 
 private slots:
-    void literalPaths_data();
-    void literalPaths();
-    void linkedPaths_data();
-    void linkedPaths();
-    void runningApp_data();
-    void runningApp();
+    // Real links both ways across /opt; rows name the two folders as <opt> and <tmp>.
+    void initTestCase() {
+        if (!opt_.isValid()) return;
+        QVERIFY(QDir().mkpath(opt_.filePath("Example.app/Contents")));
+        QVERIFY(QDir().mkpath(tmp_.filePath("Elsewhere.app")));
+        QVERIFY(QFile::link(tmp_.filePath("Elsewhere.app"), tmp_.filePath("out")));
+        QVERIFY(QFile::link(opt_.filePath("Example.app"), tmp_.filePath("in")));
+        QVERIFY(QFile::link(tmp_.filePath("Elsewhere.app"), opt_.filePath("link")));
+    }
     void cleanup() { bundle::setBundlePathForTesting({}); }
+
+    void path_data() {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<bool>("privileged");
+        QTest::newRow("empty") << QString() << false;
+        QTest::newRow("applications") << "/Applications/Example.app" << true;
+        QTest::newRow("applications folder itself") << "/Applications" << false;
+        QTest::newRow("similar prefix") << "/ApplicationsX/Example.app" << false;
+        QTest::newRow("relocated tree") << "/var/jb/Applications/Example.app" << true;
+        QTest::newRow("preboot procursus") << "/private/preboot/ABC123/procursus/Applications/Example.app" << true;
+        QTest::newRow("preboot without procursus") << "/private/preboot/ABC123/Applications/Example.app" << false;
+        QTest::newRow("container") << "/private/var/containers/Bundle/Application/0A1B/Example.app" << false;
+        QTest::newRow("opt") << "/opt/brisko" << true;
+        QTest::newRow("relative") << "Applications/Example.app" << false;
+        QTest::newRow("dot-dot into opt") << "/tmp/../opt/brisko" << true;
+        QTest::newRow("dot-dot out of applications") << "/Applications/../home/Example.app" << true; // as written
+        QTest::newRow("dot-dot out of usr") << "/usr/../etc/Example.app" << false;
+        QTest::newRow("link to an ordinary folder") << "<tmp>/out" << false;
+        QTest::newRow("link into opt") << "<tmp>/in" << true;
+        QTest::newRow("below a link into opt") << "<tmp>/in/Contents" << true;
+        QTest::newRow("link in opt pointing elsewhere") << "<opt>/link" << true;
+    }
+    void path() {
+        QFETCH(QString, path);
+        QFETCH(bool, privileged);
+        if (path.startsWith('<') && !opt_.isValid()) QSKIP("/opt is not writable here");
+        path.replace("<opt>", opt_.path()).replace("<tmp>", tmp_.path());
+        QCOMPARE(BKPathLooksLikeJailbreakInstall(path), privileged);
+    }
+
+    // The test executable runs from the build tree, so only the bundle decides.
+    void runningApp_data() {
+        QTest::addColumn<QString>("bundlePath");
+        QTest::addColumn<bool>("privileged");
+        QTest::newRow("container") << "/private/var/containers/Bundle/Application/0A1B/Example.app" << false;
+        QTest::newRow("opt") << "/opt/brisko" << true;
+    }
+    void runningApp() {
+        QFETCH(QString, bundlePath);
+        bundle::setBundlePathForTesting(bundlePath);
+        QTEST(BKIsJailbreakInstalledApp(), "privileged");
+    }
 };
-
-void TestInstallLocation::literalPaths_data() {
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<bool>("privileged");
-    QTest::newRow("empty") << QString() << false;
-    QTest::newRow("applications") << "/Applications/Example.app" << true;
-    QTest::newRow("applications folder itself") << "/Applications" << false;
-    QTest::newRow("similar prefix") << "/ApplicationsX/Example.app" << false;
-    QTest::newRow("lower case") << "/applications/Example.app" << false;
-    QTest::newRow("relocated tree") << "/var/jb/Applications/Example.app" << true;
-    QTest::newRow("preboot procursus") << "/private/preboot/ABC123/procursus/Applications/Example.app" << true;
-    QTest::newRow("preboot without procursus") << "/private/preboot/ABC123/Applications/Example.app" << false;
-    QTest::newRow("procursus outside preboot") << "/private/var/procursus/Applications/Example.app" << false;
-    QTest::newRow("container") << "/private/var/containers/Bundle/Application/0A1B/Example.app" << false;
-    QTest::newRow("opt") << "/opt/brisko" << true;
-    QTest::newRow("relative") << "Applications/Example.app" << false;
-    QTest::newRow("dot-dot into opt") << "/tmp/../opt/brisko" << true;
-    QTest::newRow("dot components in preboot") << "/private/preboot/A/procursus/./Applications/E.app" << true;
-    QTest::newRow("dot-dot out of applications") << "/Applications/../home/Example.app" << true; // unchanged path wins
-    QTest::newRow("dot-dot out of opt") << "/usr/../etc/Example.app" << false;
-}
-
-void TestInstallLocation::literalPaths() {
-    QFETCH(QString, path);
-    QFETCH(bool, privileged);
-    QCOMPARE(BKPathLooksLikeJailbreakInstall(path), privileged);
-}
-
-// Real links: "inside" is a folder under /opt (privileged), "outside" one under a temporary folder.
-void TestInstallLocation::linkedPaths_data() {
-    QTest::addColumn<QString>("linkTarget"); // "inside" or "outside"
-    QTest::addColumn<bool>("linkInOpt");
-    QTest::addColumn<bool>("privileged");
-    QTest::newRow("ordinary link to ordinary folder") << "outside" << false << false;
-    QTest::newRow("ordinary link into opt") << "inside" << false << true;
-    QTest::newRow("link in opt pointing elsewhere") << "outside" << true << true;
-}
-
-void TestInstallLocation::linkedPaths() {
-    QFETCH(QString, linkTarget);
-    QFETCH(bool, linkInOpt);
-    QFETCH(bool, privileged);
-    QTemporaryDir opt(QStringLiteral("/opt/brisko-install-test-XXXXXX"));
-    if (!opt.isValid()) QSKIP("/opt is not writable here");
-    QTemporaryDir outside;
-    QVERIFY(QDir().mkpath(opt.filePath("Example.app/Contents")));
-    QVERIFY(QDir().mkpath(outside.filePath("Elsewhere.app/Contents")));
-
-    const QString target = linkTarget == "inside" ? opt.filePath("Example.app") : outside.filePath("Elsewhere.app");
-    const QString link = (linkInOpt ? opt : outside).filePath("link");
-    QVERIFY(QFile::link(target, link));
-    QCOMPARE(BKPathLooksLikeJailbreakInstall(link), privileged);
-    QCOMPARE(BKPathLooksLikeJailbreakInstall(link + "/Contents"), privileged);
-}
-
-void TestInstallLocation::runningApp_data() {
-    QTest::addColumn<QString>("bundlePath");
-    QTest::addColumn<bool>("privileged");
-    QTest::newRow("container bundle, build-tree executable") << "/private/var/containers/Bundle/Application/0A1B/Example.app" << false;
-    QTest::newRow("opt bundle") << "/opt/brisko" << true;
-    QTest::newRow("applications bundle") << "/Applications/Brisko.app" << true;
-}
-
-// The test executable itself runs from the build tree, which is never privileged.
-void TestInstallLocation::runningApp() {
-    QFETCH(QString, bundlePath);
-    QFETCH(bool, privileged);
-    bundle::setBundlePathForTesting(bundlePath);
-    QCOMPARE(BKIsJailbreakInstalledApp(), privileged);
-}
 
 QTEST_GUILESS_MAIN(TestInstallLocation)
 #include "tst_install_location.moc"
