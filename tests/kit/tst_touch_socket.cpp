@@ -18,29 +18,30 @@ using namespace brisko;
 
 namespace {
 
-struct Msg {
-    float x, y;
-    uint8_t down;
-};
-using Msgs = QList<Msg>;
+using Msgs = QList<InjectedTouchMessage>;
 
-QByteArray wire(const Msg& m, int extra = 0) {
-    InjectedTouchMessage message{m.x, m.y, m.down};
-    return QByteArray(reinterpret_cast<const char*>(&message), sizeof message) + QByteArray(extra, '\x7f');
+QByteArray wire(const InjectedTouchMessage& m, int extra = 0) {
+    return QByteArray(reinterpret_cast<const char*>(&m), sizeof m) + QByteArray(extra, '\x7f');
 }
 
-sockaddr_un addressOf(const std::string& path) {
+// A datagram socket connected to path, or -1 with errno set.
+int connectTo(const std::string& path) {
+    const int fd = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     sockaddr_un a{};
     a.sun_family = AF_UNIX;
-    std::memcpy(a.sun_path, path.c_str(), std::min(path.size(), sizeof a.sun_path - 1));
-    return a;
+    std::strncpy(a.sun_path, path.c_str(), sizeof a.sun_path - 1);
+    if (::connect(fd, reinterpret_cast<const sockaddr*>(&a), sizeof a) == 0) return fd;
+    ::close(fd); // leaves errno alone
+    return -1;
+}
+
+bool sendOn(int fd, const QByteArray& bytes) {
+    return ::send(fd, bytes.constData(), size_t(bytes.size()), 0) == bytes.size();
 }
 
 bool sendDatagram(const std::string& path, const QByteArray& bytes) {
-    const int fd = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    const sockaddr_un a = addressOf(path);
-    const bool sent = ::sendto(fd, bytes.constData(), size_t(bytes.size()), 0, reinterpret_cast<const sockaddr*>(&a),
-                               sizeof a) == bytes.size();
+    const int fd = connectTo(path);
+    const bool sent = fd >= 0 && sendOn(fd, bytes);
     ::close(fd);
     return sent;
 }
@@ -57,13 +58,6 @@ bool receiveThreadExists() {
         if (comm.open(QIODevice::ReadOnly) && comm.readAll().trimmed() == "bk_touch_sock") return true;
     }
     return false;
-}
-
-// Everything queued to the main thread before this call has run when it returns.
-void drainMainQueue() {
-    bool done = false;
-    dispatchMainAsync([&done] { done = true; });
-    QTRY_VERIFY(done);
 }
 
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
@@ -88,7 +82,7 @@ class TouchSocketTest : public QObject {
         _startTouchSocket();
         QTRY_VERIFY(isOwnerOnlySocket(path_));
     }
-    void send(const Msg& m, int extra = 0) { QVERIFY(sendDatagram(path_, wire(m, extra))); }
+    void send(const InjectedTouchMessage& m, int extra = 0) { QVERIFY(sendDatagram(path_, wire(m, extra))); }
 
 private slots:
     void initTestCase() {
@@ -108,7 +102,7 @@ private slots:
     void messagesBecomePhases_data() {
         QTest::addColumn<Msgs>("messages");
         QTest::addColumn<QStringList>("expected");
-        const Msg d1{10, 10, 1}, d2{20, 20, 1}, up{20, 20, 0};
+        const InjectedTouchMessage d1{10, 10, 1}, d2{20, 20, 1}, up{20, 20, 0};
         const QString at1 = "0.01282,0.005924", at2 = "0.02564,0.01185";
         QTest::newRow("down down up") << Msgs{d1, d2, up} << QStringList{"0@" + at1, "1@" + at2, "2@" + at2};
         QTest::newRow("up without down") << Msgs{up} << QStringList{};
@@ -117,18 +111,16 @@ private slots:
         QTest::newRow("NaN, infinities and huge values change nothing")
             << Msgs{{kNaN, 10, 1}, {kInf, 10, 1}, {10, -kInf, 1}, {1e9f, 10, 1}, {10, -3.4e38f, 1}, d1}
             << QStringList{"0@" + at1};
-        QTest::newRow("a hostile up keeps the finger down") << Msgs{d1, {kNaN, kNaN, 0}, d2}
-                                                            << QStringList{"0@" + at1, "1@" + at2};
+        QTest::newRow("a hostile up keeps the finger down")
+            << Msgs{d1, {kNaN, kNaN, 0}, d2} << QStringList{"0@" + at1, "1@" + at2};
     }
     void messagesBecomePhases() {
         QFETCH(Msgs, messages);
         QFETCH(QStringList, expected);
-        for (const Msg& m : messages) {
-            const InjectedTouchMessage message{m.x, m.y, m.down};
-            _handleInjectedTouchMessage(&message);
-        }
-        _handleInjectedTouchMessage(nullptr);
-        drainMainQueue();
+        for (const InjectedTouchMessage& m : messages) _handleInjectedTouchMessage(&m);
+        bool drained = false; // everything queued before this has run once it does
+        dispatchMainAsync([&drained] { drained = true; });
+        QTRY_VERIFY(drained);
         QCOMPARE(touches_, expected);
     }
 
@@ -157,22 +149,15 @@ private slots:
         _stopTouchSocket(); // twice is harmless
     }
 
-    // A child connects while it is still root, then becomes nobody and sends; it also tries the
-    // path itself as nobody, which the file mode must forbid.
+    // A child connects while still root, then sends as nobody; nobody may not connect at all.
     void othersAreRefused() {
         startAndWait();
         const pid_t child = ::fork();
         if (child == 0) {
-            const int fd = ::socket(AF_UNIX, SOCK_DGRAM, 0);
-            const sockaddr_un a = addressOf(path_);
-            if (::connect(fd, reinterpret_cast<const sockaddr*>(&a), sizeof a) != 0) ::_exit(3);
+            const int fd = connectTo(path_);
             if (::setgid(65534) != 0 || ::setuid(65534) != 0) ::_exit(2);
-            const QByteArray bytes = wire({100, 100, 1});
-            if (::send(fd, bytes.constData(), size_t(bytes.size()), 0) != bytes.size()) ::_exit(4);
-            const int other = ::socket(AF_UNIX, SOCK_DGRAM, 0);
-            const bool refused = ::sendto(other, bytes.constData(), size_t(bytes.size()), 0,
-                                          reinterpret_cast<const sockaddr*>(&a), sizeof a) < 0 && errno == EACCES;
-            ::_exit(refused ? 0 : 5);
+            const bool sent = sendOn(fd, wire({100, 100, 1}));
+            ::_exit(sent && connectTo(path_) < 0 && errno == EACCES ? 0 : 5);
         }
         int status = 0;
         QCOMPARE(::waitpid(child, &status, 0), child);
