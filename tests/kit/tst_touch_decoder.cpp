@@ -13,11 +13,7 @@ using Events = std::vector<input_event>;
 using Reports = std::vector<TouchReport>;
 
 input_event ev(uint16_t type, uint16_t code, int32_t value) {
-    input_event e{};
-    e.type = type;
-    e.code = code;
-    e.value = value;
-    return e;
+    return {.time = {}, .type = type, .code = code, .value = value};
 }
 
 // Protocol-B frame builders; x in 0..1000, y in 0..2000.

@@ -27,11 +27,7 @@ struct Recorder {
 };
 
 input_event ev(uint16_t type, uint16_t code, int32_t value) {
-    input_event e{};
-    e.type = type;
-    e.code = code;
-    e.value = value;
-    return e;
+    return {.time = {}, .type = type, .code = code, .value = value};
 }
 
 // A touch at (x, y) in device units (0..1000 by 0..2000): down, one move, up.
@@ -150,8 +146,17 @@ private slots:
         QTRY_COMPARE(_touchMonitorDeviceCount(), 0);
     }
 
-    void startingAgainSwapsTheCallbackAndStopEndsMonitoring() {
+    void stopFromTheCallbackThenStartAgainAndSwapTheCallback() {
         FakeScreen screen(node("event2"));
+        int calls = 0;
+        BKKit::startTouchMonitorWithCallback([&calls](int, double, double) {
+            ++calls;
+            BKKit::stopTouchMonitor(); // the ball hides on a button press
+        });
+        QVERIFY(writeEvents(screen.writer, gesture(10, 10)));
+        QTRY_COMPARE(_touchMonitorDeviceCount(), -1);
+        QCOMPARE(calls, 1); // the rest of the same read is not delivered
+
         BKKit::startTouchMonitorWithCallback(rec_.callback());
         BKKit::startTouchMonitorWithCallback(nullptr); // ignored
         Recorder other;
@@ -160,27 +165,8 @@ private slots:
         QVERIFY(writeEvents(screen.writer, gesture(10, 10)));
         QTRY_COMPARE(other.phases, QString("012"));
         QCOMPARE(rec_.phases, QString());
-
         BKKit::stopTouchMonitor();
-        QCOMPARE(_touchMonitorDeviceCount(), -1);
         BKKit::stopTouchMonitor();
-        BKKit::startTouchMonitorWithCallback(rec_.callback());
-        QCOMPARE(_touchMonitorDeviceCount(), 1);
-        QVERIFY(writeEvents(screen.writer, gesture(10, 10)));
-        QTRY_COMPARE(rec_.phases, QString("012"));
-    }
-
-    void stopFromInsideTheCallbackDeliversNothingMore() {
-        FakeScreen screen(node("event4"));
-        int calls = 0;
-        BKKit::startTouchMonitorWithCallback([&calls](int, double, double) {
-            ++calls;
-            BKKit::stopTouchMonitor(); // the ball hides on a button press
-        });
-        QVERIFY(writeEvents(screen.writer, gesture(10, 10)));
-        QTRY_COMPARE(calls, 1);
-        QTest::qWait(50);
-        QCOMPARE(calls, 1);
         QCOMPARE(_touchMonitorDeviceCount(), -1);
     }
 };
