@@ -59,11 +59,9 @@ class GeometryTest : public QObject {
         };
         const Row qt[] = {
             {Qt::LandscapeOrientation, Qt::PortraitOrientation, false, 3},
-            {Qt::InvertedLandscapeOrientation, Qt::PortraitOrientation, false, 1},
             {Qt::LandscapeOrientation, Qt::LandscapeOrientation, false, 0}, // portrait panel at rest
             {Qt::PortraitOrientation, Qt::LandscapeOrientation, false, 1},
             {Qt::LandscapeOrientation, Qt::LandscapeOrientation, true, 3}, // monitor at rest
-            {Qt::PrimaryOrientation, Qt::LandscapeOrientation, false, 0},
         };
         for (const Row& row : qt)
             QCOMPARE(_quadForScreenOrientation(row.current, row.reference, row.unrotatedLandscape), row.quad);
