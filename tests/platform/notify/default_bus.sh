@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# A process with an empty environment must find the system bus at its default socket. In a mount
-# namespace of its own, a private bus takes that socket; this needs root (77 = skipped).
+# A process with an empty environment must find the system bus at its default socket. A private
+# bus takes that socket in a mount namespace of our own, which needs root (77 = skipped).
 # Usage: default_bus.sh PROBE
 set -euo pipefail
 if [[ -z ${BRISKO_IN_MOUNT_NS:-} ]]; then
@@ -9,24 +9,21 @@ if [[ -z ${BRISKO_IN_MOUNT_NS:-} ]]; then
 fi
 probe=$1
 name=com.brisko.test.default-bus
+out=/run/observer.out
 mount -t tmpfs tmpfs /run || exit 77
 mkdir -p /run/dbus
-
-conf=/run/dbus/system.conf
 sed -e '/<user>/d' -e '/<pidfile>/d' -e '/<syslog\/>/d' \
     -e 's|<listen>[^<]*</listen>|<listen>unix:path=/run/dbus/system_bus_socket</listen>|' \
-    /usr/share/dbus-1/system.conf > "$conf"
-dbus-daemon --config-file="$conf" --nofork --nopidfile 2>/dev/null &
+    /usr/share/dbus-1/system.conf > /run/dbus/system.conf
+dbus-daemon --config-file=/run/dbus/system.conf --nofork --nopidfile 2>/dev/null &
 bus=$!
 observer=
 trap 'kill $bus $observer 2>/dev/null || true' EXIT
 for _ in $(seq 50); do [[ -S /run/dbus/system_bus_socket ]] && break; sleep 0.1; done
 
-out=/run/observer.out
-env -i "$probe" observe "$name" 1 5000 > "$out" &
+env -i "$probe" observe "$name" > "$out" &
 observer=$!
 for _ in $(seq 50); do grep -q ready "$out" && break; sleep 0.1; done
-grep -q ready "$out" || { echo "observer with an empty environment never got ready"; exit 1; }
 env -i "$probe" post "$name" || { echo "post with an empty environment failed"; exit 1; }
 wait $observer || { echo "observer with an empty environment got nothing"; exit 1; }
 grep -qx "received $name" "$out"

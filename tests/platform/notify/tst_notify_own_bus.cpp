@@ -1,15 +1,9 @@
-// The channel against a bus this test owns: the floatball handshake, and the bus going away.
+// The channel against a bus this test owns, so it can take the bus away and bring it back.
 
 #include "platform/notify/notify.h"
-#include "tests/platform/notify/notify_test_support.h"
 
-#include <QDir>
 #include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QRegularExpression>
-#include <QSemaphore>
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -17,24 +11,16 @@
 #include <memory>
 
 using namespace brisko;
-using namespace brisko::test;
 
 namespace {
-
 // A system bus on a socket of its own, from the same recipe as the shared test bus.
 class OwnBus {
 public:
-    bool configure(const QString& recipe) {
-        QFile in(recipe), out(dir_.filePath("bus.conf"));
-        if (!in.open(QIODevice::ReadOnly) || !out.open(QIODevice::WriteOnly)) return false;
-        QString conf = QString::fromUtf8(in.readAll());
-        conf.replace(QRegularExpression("<listen>[^<]*</listen>"), "<listen>unix:path=" + socket() + "</listen>");
-        return out.write(conf.toUtf8()) > 0;
-    }
-    bool start() {
+    bool start(const QString& recipe) {
         daemon_ = std::make_unique<QProcess>();
         daemon_->setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        daemon_->start("dbus-daemon", {"--config-file=" + dir_.filePath("bus.conf"), "--nofork", "--nopidfile"});
+        daemon_->start("dbus-daemon",
+                       {"--config-file=" + recipe, "--address=" + address(), "--nofork", "--nopidfile"});
         for (int i = 0; i < 100 && !QFile::exists(socket()); ++i) QThread::msleep(20);
         return QFile::exists(socket());
     }
@@ -51,63 +37,34 @@ private:
     std::unique_ptr<QProcess> daemon_;
 };
 
-QJsonObject readRecord(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object() : QJsonObject();
+// What a dbus-send user types, so the receiving side is held to the documented wire format.
+int postFromCommandLine(const QString& name) {
+    QProcess process;
+    process.start("dbus-send", {"--system", "--type=signal", "/com/brisko/Notify", "com.brisko.Notify.Post",
+                                "string:" + name});
+    process.waitForFinished(8000);
+    return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
 }
-
 } // namespace
 
 class NotifyOwnBusTest : public QObject {
     Q_OBJECT
     OwnBus bus_;
+    QString recipe_;
 
 private slots:
     void initTestCase() {
-        const QString recipe = qEnvironmentVariable("BRISKO_TEST_BUS_CONFIG");
-        if (recipe.isEmpty()) QSKIP("needs the bus recipe that scripts/test exports");
-        QVERIFY(bus_.configure(recipe));
-        QVERIFY(bus_.start());
+        recipe_ = qEnvironmentVariable("BRISKO_TEST_BUS_CONFIG");
+        if (recipe_.isEmpty()) QSKIP("needs the bus recipe that scripts/test exports");
+        QVERIFY(bus_.start(recipe_));
         qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus_.address().toUtf8()); // before the channel's first use
         QVERIFY(notify::waitUntilReady(5000));
     }
 
-    // Registration before the ping: an immediate answer must not slip past.
-    void floatballHandshake_data() {
-        QTest::addColumn<bool>("silent");
-        QTest::newRow("answering") << false;
-        QTest::newRow("silent") << true;
-    }
-    void floatballHandshake() {
-        QFETCH(bool, silent);
-        QTemporaryDir docs;
-        QFile conf(docs.filePath("fake_floatball.conf"));
-        QVERIFY(conf.open(QIODevice::WriteOnly));
-        conf.write("bus=" + bus_.address().toUtf8() + "\nlifetime_ms=10000\nsilent=" + (silent ? "1" : "0") + "\n");
-        conf.close();
-        QProcess daemon;
-        daemon.setProcessEnvironment(QProcessEnvironment()); // as the launch starts it
-        daemon.start(testBinary("fake_floatball"), {docs.path()});
-        const QString recordPath = docs.filePath("fake_floatball.record");
-        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(recordPath), 5000);
-
-        auto alive = std::make_shared<QSemaphore>();
-        notify::Token token = 0;
-        QCOMPARE(notify::registerDispatch("com.brisko.floatball.alive", [alive](notify::Token) { alive->release(); }, &token), 0);
-        notify::post("com.brisko.floatball.ping");
-        QCOMPARE(alive->tryAcquire(1, silent ? 300 : 2000), !silent);
-        notify::cancel(token);
-
-        QTRY_COMPARE(readRecord(recordPath).value("pings").toInt(), 1);
-        const QJsonObject record = readRecord(recordPath);
-        QCOMPARE(record.value("argv").toArray(), QJsonArray({testBinary("fake_floatball"), docs.path()}));
-        QCOMPARE(record.value("env").toArray(), QJsonArray());
-    }
-
     void observerSurvivesBusRestart() {
-        const QString name = "com.brisko.test.restart", lateName = "com.brisko.test.restart.late",
-                      marker = "com.brisko.test.restart.marker";
-        static std::atomic<int> received{0}, markers{0}; // observers outlive this function
+        const QString name = "com.brisko.test.restart", late = "com.brisko.test.late",
+                      marker = "com.brisko.test.marker";
+        static std::atomic<int> received{0}, lateReceived{0}, markers{0}; // observers outlive this function
         notify::addObserver(name, [] { ++received; });
         notify::addObserver(marker, [] { ++markers; });
         QVERIFY(notify::waitUntilReady(5000));
@@ -116,13 +73,10 @@ private slots:
 
         bus_.stop();
         notify::post(name); // nowhere to go: dropped, never replayed
-        static std::atomic<int> lateReceived{0};
-        notify::addObserver(lateName, [] { ++lateReceived; }); // while no bus is there
-        QVERIFY(bus_.start());
+        notify::addObserver(late, [] { ++lateReceived; }); // while no bus is there
+        QVERIFY(bus_.start(recipe_));
         QVERIFY(notify::waitUntilReady(10000));
-        QCOMPARE(postFromCommandLine(name), 0);
-        QCOMPARE(postFromCommandLine(lateName), 0);
-        QCOMPARE(postFromCommandLine(marker), 0);
+        for (const QString& posted : {name, late, marker}) QCOMPARE(postFromCommandLine(posted), 0);
         QTRY_COMPARE(markers.load(), 1);
         QCOMPARE(received.load(), 2);
         QCOMPARE(lateReceived.load(), 1);
