@@ -17,13 +17,10 @@ namespace brisko::testing {
 // "dir/" makes a folder; anything else a file holding content.
 inline void put(const QString& root, const QString& rel, const QByteArray& content = {}) {
     const QString path = QDir(root).filePath(rel);
-    if (rel.endsWith('/')) {
-        QDir().mkpath(path);
-        return;
-    }
-    QDir().mkpath(QFileInfo(path).path());
+    const bool folder = rel.endsWith('/');
+    QDir().mkpath(folder ? path : QFileInfo(path).path());
     QFile file(path);
-    if (file.open(QIODevice::WriteOnly)) file.write(content);
+    if (!folder && file.open(QIODevice::WriteOnly)) file.write(content);
 }
 
 inline QByteArray contentOf(const QString& path) {

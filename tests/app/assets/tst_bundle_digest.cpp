@@ -4,6 +4,7 @@
 #include "tests/app/assets/tree.h"
 
 #include <QCryptographicHash>
+#include <QtEndian>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -28,9 +29,8 @@ QByteArray streamOf(const QString& root) {
 
 // One fed string: its length, 4 bytes little-endian, then its bytes.
 QByteArray lp(const QByteArray& s) {
-    const quint32 n = quint32(s.size());
-    const char length[4] = {char(n), char(n >> 8), char(n >> 16), char(n >> 24)};
-    return QByteArray(length, 4) + s;
+    const quint32 n = qToLittleEndian(quint32(s.size()));
+    return QByteArray(reinterpret_cast<const char*>(&n), 4) + s;
 }
 } // namespace
 
