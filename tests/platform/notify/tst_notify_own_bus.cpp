@@ -13,30 +13,6 @@
 using namespace brisko;
 
 namespace {
-// A system bus on a socket of its own, from the same recipe as the shared test bus.
-class OwnBus {
-public:
-    bool start(const QString& recipe) {
-        daemon_ = std::make_unique<QProcess>();
-        daemon_->setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        daemon_->start("dbus-daemon",
-                       {"--config-file=" + recipe, "--address=" + address(), "--nofork", "--nopidfile"});
-        for (int i = 0; i < 100 && !QFile::exists(socket()); ++i) QThread::msleep(20);
-        return QFile::exists(socket());
-    }
-    void stop() {
-        daemon_->terminate();
-        daemon_->waitForFinished(5000);
-        QFile::remove(socket());
-    }
-    QString address() const { return "unix:path=" + socket(); }
-
-private:
-    QString socket() const { return dir_.filePath("bus_socket"); }
-    QTemporaryDir dir_;
-    std::unique_ptr<QProcess> daemon_;
-};
-
 // What a dbus-send user types, so the receiving side is held to the documented wire format.
 int postFromCommandLine(const QString& name) {
     QProcess process;
@@ -49,15 +25,33 @@ int postFromCommandLine(const QString& name) {
 
 class NotifyOwnBusTest : public QObject {
     Q_OBJECT
-    OwnBus bus_;
+
+    // A system bus on a socket of its own, from the same recipe as the shared test bus.
+    QTemporaryDir dir_;
+    const QString socket_ = dir_.filePath("bus_socket");
     QString recipe_;
+    std::unique_ptr<QProcess> bus_;
+
+    bool startBus() {
+        bus_ = std::make_unique<QProcess>();
+        bus_->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        bus_->start("dbus-daemon", {"--config-file=" + recipe_, "--address=unix:path=" + socket_, "--nofork",
+                                    "--nopidfile"});
+        for (int i = 0; i < 100 && !QFile::exists(socket_); ++i) QThread::msleep(20);
+        return QFile::exists(socket_);
+    }
+    void stopBus() {
+        bus_->terminate();
+        bus_->waitForFinished(5000);
+        QFile::remove(socket_);
+    }
 
 private slots:
     void initTestCase() {
         recipe_ = qEnvironmentVariable("BRISKO_TEST_BUS_CONFIG");
         if (recipe_.isEmpty()) QSKIP("needs the bus recipe that scripts/test exports");
-        QVERIFY(bus_.start(recipe_));
-        qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus_.address().toUtf8()); // before the channel's first use
+        QVERIFY(startBus());
+        qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + QFile::encodeName(socket_)); // before first use
         QVERIFY(notify::waitUntilReady(5000));
     }
 
@@ -71,10 +65,10 @@ private slots:
         QCOMPARE(postFromCommandLine(name), 0);
         QTRY_COMPARE(received.load(), 1);
 
-        bus_.stop();
+        stopBus();
         notify::post(name); // nowhere to go: dropped, never replayed
         notify::addObserver(late, [] { ++lateReceived; }); // while no bus is there
-        QVERIFY(bus_.start(recipe_));
+        QVERIFY(startBus());
         QVERIFY(notify::waitUntilReady(10000));
         for (const QString& posted : {name, late, marker}) QCOMPARE(postFromCommandLine(posted), 0);
         QTRY_COMPARE(markers.load(), 1);
@@ -82,7 +76,9 @@ private slots:
         QCOMPARE(lateReceived.load(), 1);
     }
 
-    void cleanupTestCase() { bus_.stop(); }
+    void cleanupTestCase() {
+        if (bus_) stopBus();
+    }
 };
 
 QTEST_GUILESS_MAIN(NotifyOwnBusTest)
