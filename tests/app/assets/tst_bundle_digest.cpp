@@ -81,11 +81,9 @@ private slots:
         QFETCH(QStringList, entries);
         QFETCH(QStringList, fed);
         QTemporaryDir root;
-        for (const QString& entry : entries)
-            put(root.path(), entry);
+        for (const QString& entry : entries) put(root.path(), entry);
         QByteArray expected; // every file is empty: the stream is names only
-        for (const QString& name : fed)
-            expected += lp(name.toUtf8());
+        for (const QString& name : fed) expected += lp(name.toUtf8());
         QCOMPARE(streamOf(root.path()), expected);
     }
 
@@ -94,8 +92,7 @@ private slots:
         QList<QByteArray> names{"\xff\xfe", "\xfe\xff"};
         const QStringList parts{"a", "A", "0", "00", "7", "10", "\u0663", "-", " ", "\u00e9", "\u00c9"};
         for (const QString& x : parts)
-            for (const QString& y : parts)
-                names.append((x + y + "z").toUtf8());
+            for (const QString& y : parts) names.append((x + y + "z").toUtf8());
         QList<QByteArray> reference = names;
         assets::sortNaturally(reference);
         QRandomGenerator random(7);
