@@ -32,8 +32,9 @@ input_event ev(uint16_t type, uint16_t code, int32_t value) {
 
 // A touch at (x, y) in device units (0..1000 by 0..2000): down, one move, up.
 std::vector<input_event> gesture(int x, int y) {
-    return {ev(EV_ABS, ABS_MT_TRACKING_ID, 1), ev(EV_ABS, ABS_MT_POSITION_X, x), ev(EV_ABS, ABS_MT_POSITION_Y, y),
-            ev(EV_SYN, SYN_REPORT, 0),         ev(EV_ABS, ABS_MT_POSITION_X, x + 1), ev(EV_SYN, SYN_REPORT, 0),
+    return {ev(EV_ABS, ABS_MT_TRACKING_ID, 1),  ev(EV_ABS, ABS_MT_POSITION_X, x),
+            ev(EV_ABS, ABS_MT_POSITION_Y, y),   ev(EV_SYN, SYN_REPORT, 0),
+            ev(EV_ABS, ABS_MT_POSITION_X, x + 1), ev(EV_SYN, SYN_REPORT, 0),
             ev(EV_ABS, ABS_MT_TRACKING_ID, -1), ev(EV_SYN, SYN_REPORT, 0)};
 }
 
