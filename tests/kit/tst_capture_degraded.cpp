@@ -20,7 +20,6 @@ class CaptureDegradedTest : public QObject {
             << "32x32x24" << true << false << QStringList{"32x32", "32x32", "ok"};
         QTest::newRow("server goes away")
             << "320x240x24" << true << true << QStringList{"64x48", "null", "null"};
-        QTest::newRow("server stays") << "320x240x24" << true << false << QStringList{"64x48", "64x48", "ok"};
     }
     void degraded() {
         QFETCH(QString, screen);

@@ -1,4 +1,3 @@
-#include "kit/capture.h"
 #include "kit/rotate.h"
 
 #include <QtTest>
@@ -68,22 +67,6 @@ class RotateTest : public QObject {
                     }
         }
         s_rotateWithAvx2 = avx2;
-    }
-
-    void bufferOnlyGrows() {
-        uint8_t* buffer = nullptr;
-        uint64_t capacity = 77; // stale: there is no buffer yet
-        QVERIFY(_ensureBufferCapacity(&buffer, &capacity, 10));
-        QVERIFY(buffer);
-        QVERIFY(_ensureBufferCapacity(&buffer, &capacity, 100));
-        uint8_t* const grown = buffer;
-        QVERIFY(_ensureBufferCapacity(&buffer, &capacity, 100));
-        QVERIFY(_ensureBufferCapacity(&buffer, &capacity, 5));
-        QVERIFY(!_ensureBufferCapacity(&buffer, &capacity, ~0ull));
-        QCOMPARE(buffer, grown);
-        QCOMPARE(capacity, 100u);
-        buffer[capacity - 1] = 1; // the whole capacity is ours
-        std::free(buffer);
     }
 };
 

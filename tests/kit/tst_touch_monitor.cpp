@@ -38,11 +38,9 @@ std::vector<input_event> gesture(int x, int y) {
             ev(EV_ABS, ABS_MT_TRACKING_ID, -1), ev(EV_SYN, SYN_REPORT, 0)};
 }
 
-bool writeAll(int fd, const void* data, size_t size) {
-    return ::write(fd, data, size) == ssize_t(size);
-}
-bool writeEvents(int fd, const std::vector<input_event>& events) {
-    return writeAll(fd, events.data(), events.size() * sizeof(input_event));
+bool writeEvents(int fd, const std::vector<input_event>& events, size_t from = 0, size_t to = SIZE_MAX) {
+    const size_t end = std::min(to, events.size() * sizeof(input_event));
+    return ::write(fd, reinterpret_cast<const char*>(events.data()) + from, end - from) == ssize_t(end - from);
 }
 
 TouchSnapshot idle() {
@@ -91,8 +89,8 @@ private slots:
     void init() { rec_ = Recorder(); }
     void cleanup() { BKKit::stopTouchMonitor(); }
 
-    // Records split across reads, a dropped-events gap (the finger lifted meanwhile), end of stream.
-    void streamOverAPipe() {
+    // A dropped-events gap during which the finger lifted, then the end of the stream.
+    void streamOverAPipeHealsAGap() {
         int fds[2];
         QVERIFY(::pipe2(fds, O_NONBLOCK | O_CLOEXEC) == 0);
         bool closed = false;
@@ -106,20 +104,12 @@ private slots:
             },
             [&closed] { closed = true; });
         auto events = gesture(500, 1000);
-        const auto* raw = reinterpret_cast<const char*>(events.data());
-        QVERIFY(writeAll(fds[1], raw, 13));
-        QTest::qWait(20);
-        QVERIFY(writeAll(fds[1], raw + 13, events.size() * sizeof(input_event) - 13));
-        QTRY_COMPARE(rec_.phases, QString("012"));
-        QCOMPARE(rec_.points[0], QPointF(0.5, 0.5));
-
         events.resize(4); // down only
         events.push_back(ev(EV_SYN, SYN_DROPPED, 0));
         events.push_back(ev(EV_SYN, SYN_REPORT, 0));
         QVERIFY(writeEvents(fds[1], events));
-        QTRY_COMPARE(rec_.phases, QString("01202"));
+        QTRY_COMPARE(rec_.phases, QString("02"));
         QCOMPARE(resyncs, 1);
-
         ::close(fds[1]);
         QTRY_VERIFY(closed);
         QVERIFY(!stream.isOpen());
@@ -131,7 +121,9 @@ private slots:
         QVERIFY(other.open(QIODevice::WriteOnly));
         BKKit::startTouchMonitorWithCallback(rec_.callback());
         QCOMPARE(_touchMonitorDeviceCount(), 1);
-        QVERIFY(writeEvents(first.writer, gesture(1000, 2000)));
+        QVERIFY(writeEvents(first.writer, gesture(1000, 2000), 0, 13)); // a record split across reads
+        QTest::qWait(20);
+        QVERIFY(writeEvents(first.writer, gesture(1000, 2000), 13));
         QTRY_COMPARE(rec_.phases, QString("012"));
         QCOMPARE(rec_.points[0], QPointF(1, 1));
         QVERIFY(!rec_.offMainThread);
