@@ -1,13 +1,13 @@
-#include "fake_logind.h"
-
 #include "app/install/display_name.h"
 #include "app/keepalive/keepalive.h"
 #include "app/keepalive/silent_wav.h"
 #include "platform/audio/audio_session.h"
 #include "platform/audio/looping_player.h"
 
+#include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCall>
+#include <QDBusUnixFileDescriptor>
 #include <QFile>
 #include <QGuiApplication>
 #include <QPointer>
@@ -16,33 +16,21 @@
 #include <QTest>
 #include <QtEndian>
 
+#include <poll.h>
+#include <unistd.h>
+
 using namespace brisko;
 using audio::InterruptionType;
 
 namespace {
 
 // Anyone may own any name: the fake needs logind's.
-const char* const kBusConfig = R"(<busconfig>
-  <type>system</type>
-  <listen>unix:path=%1</listen>
-  <auth>EXTERNAL</auth>
-  <policy context="default">
-    <allow user="*"/>
-    <allow own="*"/>
-    <allow send_destination="*" eavesdrop="true"/>
-    <allow eavesdrop="true"/>
-  </policy>
-</busconfig>
-)";
+const char* const kBusConfig = R"(<busconfig><type>system</type><listen>unix:path=%1</listen><auth>EXTERNAL</auth>
+<policy context="default"><allow user="*"/><allow own="*"/><allow send_destination="*"/>
+<allow receive_sender="*"/></policy></busconfig>)";
 
-QByteArray le16(quint16 v) {
-    QByteArray b(2, '\0');
-    qToLittleEndian(v, b.data());
-    return b;
-}
-
-QByteArray le32(quint32 v) {
-    QByteArray b(4, '\0');
+template <typename T> QByteArray le(T v) {
+    QByteArray b(sizeof v, '\0');
     qToLittleEndian(v, b.data());
     return b;
 }
@@ -64,206 +52,189 @@ void fire(const QString& trigger) {
 
 } // namespace
 
+// logind's Manager on a private bus. The lock handed out is one end of a pipe, so the other
+// end tells whether it is still open anywhere.
+class FakeLogind : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.login1.Manager")
+    int readEnd_ = -1;
+    void closeLock() {
+        if (readEnd_ >= 0) ::close(readEnd_);
+        readEnd_ = -1;
+    }
+
+public:
+    ~FakeLogind() override { closeLock(); }
+    int calls = 0;
+    QStringList lastArguments;
+    bool lockHeld() const {
+        pollfd fd{readEnd_, POLLIN, 0};
+        return readEnd_ >= 0 && ::poll(&fd, 1, 0) == 0;
+    }
+
+public slots:
+    QDBusUnixFileDescriptor Inhibit(const QString& what, const QString& who, const QString& why, const QString& mode) {
+        ++calls;
+        lastArguments = {what, who, why, mode};
+        closeLock();
+        int ends[2];
+        if (::pipe(ends) != 0) return {};
+        readEnd_ = ends[0];
+        QDBusUnixFileDescriptor lock(ends[1]); // keeps a duplicate
+        ::close(ends[1]);
+        return lock;
+    }
+};
+
 class TestKeepAlive : public QObject {
     Q_OBJECT
-
-private slots:
-    void initTestCase();
-    void cleanupTestCase();
-    void init() { debugOn_ = true; }
-    void cleanup();
-    void silentWav_data();
-    void silentWav();
-    void startTwiceKeepsOnePlayerAndOneLock();
-    void nothingHappensWhileDebugIsOff_data();
-    void nothingHappensWhileDebugIsOff();
-    void stopThenStartBuildsAfresh();
-    void observersRestartPlayback_data();
-    void observersRestartPlayback();
-    void mediaResetRebuildsPlayer();
-    void stopBeforeLogindAnswersDropsTheLock();
-    void noLogindStillPlays();
-
-private:
     QTemporaryDir busDir_;
     QProcess bus_;
     FakeLogind logind_;
     QDBusConnection fakeBus_{QString()};
     bool debugOn_ = true;
+
+private slots:
+    void initTestCase() {
+        const QString socket = busDir_.filePath("bus");
+        QFile config(busDir_.filePath("bus.conf"));
+        QVERIFY(config.open(QIODevice::WriteOnly));
+        config.write(QString::fromLatin1(kBusConfig).arg(socket).toUtf8());
+        config.close();
+        bus_.start("dbus-daemon", {"--config-file=" + config.fileName(), "--nofork", "--nopidfile"});
+        QVERIFY2(bus_.waitForStarted(), "dbus-daemon is needed");
+        QTRY_VERIFY(QFile::exists(socket));
+        const QString address = "unix:path=" + socket;
+        qputenv("DBUS_SYSTEM_BUS_ADDRESS", address.toUtf8()); // before anything opens the system bus
+        fakeBus_ = QDBusConnection::connectToBus(address, "fake-logind");
+        QVERIFY(fakeBus_.registerService("org.freedesktop.login1"));
+        QVERIFY(fakeBus_.registerObject("/org/freedesktop/login1", &logind_, QDBusConnection::ExportAllSlots));
+        BKSetDebugServiceEnabledProvider([this] { return debugOn_; });
+        debugOn_ = false;
+        BKInstallDebugAudioKeepAlive();
+    }
+    void cleanupTestCase() {
+        fakeBus_ = QDBusConnection(QString());
+        QDBusConnection::disconnectFromBus("fake-logind");
+        bus_.terminate();
+        bus_.waitForFinished();
+    }
+    void init() { debugOn_ = true; }
+    // A ping behind the test's requests returns once logind has seen them all, so none of them
+    // is counted in the next test.
+    void cleanup() {
+        BKStopDebugAudioKeepAlive();
+        const QDBusPendingCall ping = QDBusConnection::systemBus().asyncCall(QDBusMessage::createMethodCall(
+            "org.freedesktop.login1", "/org/freedesktop/login1", "org.freedesktop.DBus.Peer", "Ping"));
+        QTRY_VERIFY(ping.isFinished());
+        QTRY_VERIFY(!logind_.lockHeld());
+        QVERIFY(!BKDebugKeepAliveHoldsSleepLock());
+        logind_.calls = 0;
+    }
+
+    void silentWav() {
+        const QByteArray wav = BKCreateSilentWAVData();
+        QCOMPARE(wav.size(), 44 + 64000);
+        const std::pair<int, QByteArray> fields[] = {
+            {0, "RIFF"}, {4, le<quint32>(64036)}, {8, "WAVE"},
+            {12, "fmt "}, {16, le<quint32>(16)}, {20, le<quint16>(1)}, {22, le<quint16>(1)},
+            {24, le<quint32>(16000)}, {28, le<quint32>(32000)}, {32, le<quint16>(2)}, {34, le<quint16>(16)},
+            {36, "data"}, {40, le<quint32>(64000)}, {44, QByteArray(64000, '\0')}};
+        for (const auto& [offset, field] : fields)
+            QVERIFY2(wav.mid(offset, field.size()) == field, qPrintable(QString("at %1").arg(offset)));
+    }
+
+    void startTwiceKeepsOnePlayerAndOneLock() {
+        BKStartDebugAudioKeepAlive();
+        const audio::LoopingPlayer* first = BKDebugKeepAlivePlayer();
+        QVERIFY(first && first->isPlaying());
+        QCOMPARE(first->volume(), 0.0f);
+        QCOMPARE(first->numberOfLoops(), -1);
+        BKStartDebugAudioKeepAlive(); // while logind has not answered yet
+        QCOMPARE(BKDebugKeepAlivePlayer(), first);
+        QTRY_VERIFY(logind_.lockHeld());
+        BKStartDebugAudioKeepAlive(); // and after
+        QTest::qWait(50);
+        QCOMPARE(logind_.calls, 1);
+        const QStringList expected{"sleep:idle", BKApplicationDisplayName(), "debug mode", "block"};
+        QCOMPARE(logind_.lastArguments, expected);
+    }
+
+    void nothingHappensWhileDebugIsOff_data() {
+        QTest::addColumn<QString>("trigger");
+        for (const char* trigger : {"start", "install", "hidden", "active", "interruption ended", "media reset"})
+            QTest::newRow(trigger) << QString(trigger);
+    }
+    void nothingHappensWhileDebugIsOff() {
+        QFETCH(QString, trigger);
+        debugOn_ = false;
+        fire(trigger);
+        QTest::qWait(50);
+        QVERIFY(!BKDebugKeepAlivePlayer());
+        QVERIFY(BKDebugKeepAliveAudioData().isNull());
+        QCOMPARE(logind_.calls, 0);
+    }
+
+    void stopThenStartBuildsAfresh() {
+        BKStartDebugAudioKeepAlive();
+        QPointer<audio::LoopingPlayer> oldPlayer = player();
+        const QByteArray oldData = BKDebugKeepAliveAudioData(); // keeps the old buffer alive
+        QTRY_VERIFY(logind_.lockHeld());
+        BKStopDebugAudioKeepAlive();
+        QVERIFY(!oldPlayer);
+        QVERIFY(BKDebugKeepAliveAudioData().isNull());
+        QTRY_VERIFY(!logind_.lockHeld());
+        BKStartDebugAudioKeepAlive();
+        QVERIFY(player() && player()->isPlaying());
+        QVERIFY(BKDebugKeepAliveAudioData().constData() != oldData.constData());
+        QTRY_VERIFY(logind_.lockHeld());
+        QCOMPARE(logind_.calls, 2);
+    }
+
+    // The platform stopped the player behind the keep-alive's back; which events bring it back?
+    void observers_data() {
+        QTest::addColumn<QString>("trigger");
+        QTest::addColumn<bool>("playing");
+        QTest::addColumn<bool>("rebuilt"); // a fresh player on a fresh buffer
+        QTest::newRow("interruption ended") << "interruption ended" << true << false;
+        QTest::newRow("interruption began") << "interruption began" << false << false;
+        QTest::newRow("entered background") << "hidden" << true << false;
+        QTest::newRow("back in foreground") << "active" << true << false;
+        QTest::newRow("lost focus") << "inactive" << false << false;
+        QTest::newRow("media services reset") << "media reset" << true << true;
+    }
+    void observers() {
+        QFETCH(QString, trigger);
+        QFETCH(bool, rebuilt);
+        BKStartDebugAudioKeepAlive();
+        QPointer<audio::LoopingPlayer> stopped = player();
+        const QByteArray oldData = BKDebugKeepAliveAudioData();
+        stopped->pause();
+        fire(trigger);
+        QCOMPARE(stopped.isNull(), rebuilt);
+        QCOMPARE(BKDebugKeepAliveAudioData().constData() != oldData.constData(), rebuilt);
+        QVERIFY(player());
+        QTEST(player()->isPlaying(), "playing");
+    }
+
+    // The answer arrives after the stop: its descriptor must be closed, not kept.
+    void stopBeforeLogindAnswersDropsTheLock() {
+        BKStartDebugAudioKeepAlive();
+        BKStopDebugAudioKeepAlive();
+        QTRY_COMPARE(logind_.calls, 1);
+        QTRY_VERIFY(!logind_.lockHeld());
+        QTest::qWait(50);
+        QVERIFY(!BKDebugKeepAliveHoldsSleepLock());
+    }
+
+    void noLogindStillPlays() {
+        QVERIFY(fakeBus_.unregisterService("org.freedesktop.login1"));
+        BKStartDebugAudioKeepAlive();
+        QVERIFY(player() && player()->isPlaying());
+        QTRY_VERIFY(!BKDebugKeepAliveHoldsSleepLock()); // the failed request is over
+        QVERIFY(fakeBus_.registerService("org.freedesktop.login1"));
+    }
 };
-
-void TestKeepAlive::initTestCase() {
-    const QString socket = busDir_.filePath("bus");
-    QFile config(busDir_.filePath("bus.conf"));
-    QVERIFY(config.open(QIODevice::WriteOnly));
-    config.write(QString::fromLatin1(kBusConfig).arg(socket).toUtf8());
-    config.close();
-    bus_.start("dbus-daemon", {"--config-file=" + config.fileName(), "--nofork", "--nopidfile"});
-    QVERIFY2(bus_.waitForStarted(), "dbus-daemon is needed");
-    QTRY_VERIFY(QFile::exists(socket));
-    const QString address = "unix:path=" + socket;
-    qputenv("DBUS_SYSTEM_BUS_ADDRESS", address.toUtf8()); // before anything opens the system bus
-
-    fakeBus_ = QDBusConnection::connectToBus(address, "fake-logind");
-    QVERIFY(fakeBus_.isConnected());
-    QVERIFY(fakeBus_.registerService("org.freedesktop.login1"));
-    QVERIFY(fakeBus_.registerObject("/org/freedesktop/login1", &logind_, QDBusConnection::ExportAllSlots));
-
-    BKSetDebugServiceEnabledProvider([this] { return debugOn_; });
-    debugOn_ = false;
-    BKInstallDebugAudioKeepAlive();
-}
-
-void TestKeepAlive::cleanupTestCase() {
-    fakeBus_ = QDBusConnection(QString());
-    QDBusConnection::disconnectFromBus("fake-logind");
-    bus_.terminate();
-    bus_.waitForFinished();
-}
-
-// A ping behind the test's requests comes back after logind has seen them all, so no request
-// of this test is counted in the next one.
-void TestKeepAlive::cleanup() {
-    BKStopDebugAudioKeepAlive();
-    const QDBusPendingCall ping = QDBusConnection::systemBus().asyncCall(QDBusMessage::createMethodCall(
-        "org.freedesktop.login1", "/org/freedesktop/login1", "org.freedesktop.DBus.Peer", "Ping"));
-    QTRY_VERIFY(ping.isFinished());
-    QTRY_VERIFY(!logind_.lockHeldElsewhere());
-    QVERIFY(!BKDebugKeepAliveHoldsSleepLock());
-    logind_.calls = 0;
-}
-
-void TestKeepAlive::silentWav_data() {
-    QTest::addColumn<int>("offset");
-    QTest::addColumn<QByteArray>("expected");
-    QTest::newRow("chunk identifier") << 0 << QByteArray("RIFF");
-    QTest::newRow("chunk size") << 4 << le32(64036);
-    QTest::newRow("format") << 8 << QByteArray("WAVE");
-    QTest::newRow("fmt identifier") << 12 << QByteArray("fmt ");
-    QTest::newRow("fmt size") << 16 << le32(16);
-    QTest::newRow("linear PCM") << 20 << le16(1);
-    QTest::newRow("channels") << 22 << le16(1);
-    QTest::newRow("sample rate") << 24 << le32(16000);
-    QTest::newRow("byte rate") << 28 << le32(32000);
-    QTest::newRow("block alignment") << 32 << le16(2);
-    QTest::newRow("bits per sample") << 34 << le16(16);
-    QTest::newRow("data identifier") << 36 << QByteArray("data");
-    QTest::newRow("data size") << 40 << le32(64000);
-    QTest::newRow("samples") << 44 << QByteArray(64000, '\0');
-}
-
-void TestKeepAlive::silentWav() {
-    QFETCH(int, offset);
-    QFETCH(QByteArray, expected);
-    const QByteArray wav = BKCreateSilentWAVData();
-    QCOMPARE(wav.size(), 64044);
-    QCOMPARE(wav.mid(offset, expected.size()), expected);
-}
-
-void TestKeepAlive::startTwiceKeepsOnePlayerAndOneLock() {
-    BKStartDebugAudioKeepAlive();
-    const audio::LoopingPlayer* first = BKDebugKeepAlivePlayer();
-    QVERIFY(first && first->isPlaying());
-    QCOMPARE(first->volume(), 0.0f);
-    QCOMPARE(first->numberOfLoops(), -1);
-    BKStartDebugAudioKeepAlive();
-    QCOMPARE(BKDebugKeepAlivePlayer(), first);
-    QVERIFY(first->isPlaying());
-    QTRY_VERIFY(logind_.lockHeldElsewhere());
-    BKStartDebugAudioKeepAlive();
-    QTest::qWait(50);
-    QCOMPARE(logind_.calls, 1);
-    const QStringList expected{"sleep:idle", BKApplicationDisplayName(), "debug mode", "block"};
-    QCOMPARE(logind_.lastArguments, expected);
-}
-
-void TestKeepAlive::nothingHappensWhileDebugIsOff_data() {
-    QTest::addColumn<QString>("trigger");
-    for (const char* trigger : {"start", "install", "hidden", "suspended", "active", "interruption ended", "media reset"})
-        QTest::newRow(trigger) << QString(trigger);
-}
-
-void TestKeepAlive::nothingHappensWhileDebugIsOff() {
-    QFETCH(QString, trigger);
-    debugOn_ = false;
-    fire(trigger);
-    QTest::qWait(50);
-    QVERIFY(!BKDebugKeepAlivePlayer());
-    QVERIFY(BKDebugKeepAliveAudioData().isNull());
-    QVERIFY(!BKDebugKeepAliveHoldsSleepLock());
-    QCOMPARE(logind_.calls, 0);
-}
-
-void TestKeepAlive::stopThenStartBuildsAfresh() {
-    BKStartDebugAudioKeepAlive();
-    QPointer<audio::LoopingPlayer> oldPlayer = player();
-    const QByteArray oldData = BKDebugKeepAliveAudioData(); // keeps the old buffer alive
-    QTRY_VERIFY(logind_.lockHeldElsewhere());
-
-    BKStopDebugAudioKeepAlive();
-    QVERIFY(!oldPlayer);
-    QVERIFY(BKDebugKeepAliveAudioData().isNull());
-    QTRY_VERIFY(!logind_.lockHeldElsewhere());
-
-    BKStartDebugAudioKeepAlive();
-    QVERIFY(player() && player()->isPlaying());
-    QVERIFY(BKDebugKeepAliveAudioData().constData() != oldData.constData());
-    QCOMPARE(BKDebugKeepAliveAudioData(), oldData);
-    QTRY_VERIFY(logind_.lockHeldElsewhere());
-    QCOMPARE(logind_.calls, 2);
-}
-
-void TestKeepAlive::observersRestartPlayback_data() {
-    QTest::addColumn<QString>("trigger");
-    QTest::addColumn<bool>("restarts");
-    QTest::newRow("interruption ended") << "interruption ended" << true;
-    QTest::newRow("interruption began") << "interruption began" << false;
-    QTest::newRow("entered background") << "hidden" << true;
-    QTest::newRow("suspended") << "suspended" << true;
-    QTest::newRow("back in foreground") << "active" << true;
-    QTest::newRow("lost focus") << "inactive" << false;
-}
-
-// The platform stopped the player behind the keep-alive's back; which events bring it back?
-void TestKeepAlive::observersRestartPlayback() {
-    QFETCH(QString, trigger);
-    QFETCH(bool, restarts);
-    BKStartDebugAudioKeepAlive();
-    audio::LoopingPlayer* stopped = player();
-    stopped->pause();
-    fire(trigger);
-    QCOMPARE(player(), stopped);
-    QCOMPARE(stopped->isPlaying(), restarts);
-}
-
-void TestKeepAlive::mediaResetRebuildsPlayer() {
-    BKStartDebugAudioKeepAlive();
-    QPointer<audio::LoopingPlayer> oldPlayer = player();
-    const QByteArray oldData = BKDebugKeepAliveAudioData();
-    fire("media reset");
-    QVERIFY(!oldPlayer);
-    QVERIFY(player() && player()->isPlaying());
-    QVERIFY(BKDebugKeepAliveAudioData().constData() != oldData.constData());
-}
-
-// The answer arrives after the stop: its descriptor must be closed, not kept.
-void TestKeepAlive::stopBeforeLogindAnswersDropsTheLock() {
-    BKStartDebugAudioKeepAlive();
-    BKStopDebugAudioKeepAlive();
-    QTRY_COMPARE(logind_.calls, 1);
-    QTRY_VERIFY(!logind_.lockHeldElsewhere());
-    QTest::qWait(50);
-    QVERIFY(!BKDebugKeepAliveHoldsSleepLock());
-}
-
-void TestKeepAlive::noLogindStillPlays() {
-    QVERIFY(fakeBus_.unregisterService("org.freedesktop.login1"));
-    BKStartDebugAudioKeepAlive();
-    QVERIFY(player() && player()->isPlaying());
-    QTRY_VERIFY(!BKDebugKeepAliveHoldsSleepLock()); // the failed request is over
-    QCOMPARE(logind_.calls, 0);
-    QVERIFY(fakeBus_.registerService("org.freedesktop.login1"));
-}
 
 QTEST_MAIN(TestKeepAlive)
 #include "tst_keepalive.moc"
