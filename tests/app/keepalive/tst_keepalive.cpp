@@ -38,16 +38,15 @@ template <typename T> QByteArray le(T v) {
 audio::LoopingPlayer* player() { return const_cast<audio::LoopingPlayer*>(BKDebugKeepAlivePlayer()); }
 
 void fire(const QString& trigger) {
-    static const QHash<QString, Qt::ApplicationState> states{{"hidden", Qt::ApplicationHidden},
-                                                             {"suspended", Qt::ApplicationSuspended},
-                                                             {"active", Qt::ApplicationActive},
-                                                             {"inactive", Qt::ApplicationInactive}};
+    audio::AudioSession& session = audio::AudioSession::shared();
     if (trigger == "start") BKStartDebugAudioKeepAlive();
     if (trigger == "install") BKInstallDebugAudioKeepAlive();
-    if (states.contains(trigger)) emit qGuiApp->applicationStateChanged(states[trigger]);
-    if (trigger == "interruption began") audio::AudioSession::shared().postInterruption(InterruptionType::Began);
-    if (trigger == "interruption ended") audio::AudioSession::shared().postInterruption(InterruptionType::Ended);
-    if (trigger == "media reset") audio::AudioSession::shared().postMediaServicesReset();
+    if (trigger == "hidden") emit qGuiApp->applicationStateChanged(Qt::ApplicationHidden);
+    if (trigger == "active") emit qGuiApp->applicationStateChanged(Qt::ApplicationActive);
+    if (trigger == "inactive") emit qGuiApp->applicationStateChanged(Qt::ApplicationInactive);
+    if (trigger == "interruption began") session.postInterruption(InterruptionType::Began);
+    if (trigger == "interruption ended") session.postInterruption(InterruptionType::Ended);
+    if (trigger == "media reset") session.postMediaServicesReset();
 }
 
 } // namespace
@@ -144,58 +143,42 @@ private slots:
             QVERIFY2(wav.mid(offset, field.size()) == field, qPrintable(QString("at %1").arg(offset)));
     }
 
-    void startTwiceKeepsOnePlayerAndOneLock() {
+    // Start twice: one player, one lock. Stop, then start: a fresh buffer, player and lock.
+    void startStopStart() {
         BKStartDebugAudioKeepAlive();
-        const audio::LoopingPlayer* first = BKDebugKeepAlivePlayer();
+        QPointer<audio::LoopingPlayer> first = player();
+        const QByteArray firstData = BKDebugKeepAliveAudioData(); // keeps the old buffer alive
         QVERIFY(first && first->isPlaying());
         QCOMPARE(first->volume(), 0.0f);
         QCOMPARE(first->numberOfLoops(), -1);
         BKStartDebugAudioKeepAlive(); // while logind has not answered yet
-        QCOMPARE(BKDebugKeepAlivePlayer(), first);
+        QCOMPARE(player(), first.data());
         QTRY_VERIFY(logind_.lockHeld());
         BKStartDebugAudioKeepAlive(); // and after
         QTest::qWait(50);
         QCOMPARE(logind_.calls, 1);
         const QStringList expected{"sleep:idle", BKApplicationDisplayName(), "debug mode", "block"};
         QCOMPARE(logind_.lastArguments, expected);
-    }
 
-    void nothingHappensWhileDebugIsOff_data() {
-        QTest::addColumn<QString>("trigger");
-        for (const char* trigger : {"start", "install", "hidden", "active", "interruption ended", "media reset"})
-            QTest::newRow(trigger) << QString(trigger);
-    }
-    void nothingHappensWhileDebugIsOff() {
-        QFETCH(QString, trigger);
-        debugOn_ = false;
-        fire(trigger);
-        QTest::qWait(50);
-        QVERIFY(!BKDebugKeepAlivePlayer());
-        QVERIFY(BKDebugKeepAliveAudioData().isNull());
-        QCOMPARE(logind_.calls, 0);
-    }
-
-    void stopThenStartBuildsAfresh() {
-        BKStartDebugAudioKeepAlive();
-        QPointer<audio::LoopingPlayer> oldPlayer = player();
-        const QByteArray oldData = BKDebugKeepAliveAudioData(); // keeps the old buffer alive
-        QTRY_VERIFY(logind_.lockHeld());
         BKStopDebugAudioKeepAlive();
-        QVERIFY(!oldPlayer);
+        QVERIFY(!first);
         QVERIFY(BKDebugKeepAliveAudioData().isNull());
         QTRY_VERIFY(!logind_.lockHeld());
         BKStartDebugAudioKeepAlive();
         QVERIFY(player() && player()->isPlaying());
-        QVERIFY(BKDebugKeepAliveAudioData().constData() != oldData.constData());
+        QVERIFY(BKDebugKeepAliveAudioData().constData() != firstData.constData());
         QTRY_VERIFY(logind_.lockHeld());
         QCOMPARE(logind_.calls, 2);
     }
 
-    // The platform stopped the player behind the keep-alive's back; which events bring it back?
-    void observers_data() {
+    // Nothing happens while debug mode is off. Once on, the platform stops the player behind the
+    // keep-alive's back: which events bring it back?
+    void triggers_data() {
         QTest::addColumn<QString>("trigger");
         QTest::addColumn<bool>("playing");
         QTest::addColumn<bool>("rebuilt"); // a fresh player on a fresh buffer
+        QTest::newRow("start") << "start" << false << false; // off only
+        QTest::newRow("install") << "install" << false << false;
         QTest::newRow("interruption ended") << "interruption ended" << true << false;
         QTest::newRow("interruption began") << "interruption began" << false << false;
         QTest::newRow("entered background") << "hidden" << true << false;
@@ -203,9 +186,17 @@ private slots:
         QTest::newRow("lost focus") << "inactive" << false << false;
         QTest::newRow("media services reset") << "media reset" << true << true;
     }
-    void observers() {
+    void triggers() {
         QFETCH(QString, trigger);
         QFETCH(bool, rebuilt);
+        debugOn_ = false;
+        fire(trigger);
+        QTest::qWait(50);
+        QVERIFY(!BKDebugKeepAlivePlayer() && BKDebugKeepAliveAudioData().isNull());
+        QCOMPARE(logind_.calls, 0);
+        if (trigger == "start" || trigger == "install") return;
+
+        debugOn_ = true;
         BKStartDebugAudioKeepAlive();
         QPointer<audio::LoopingPlayer> stopped = player();
         const QByteArray oldData = BKDebugKeepAliveAudioData();

@@ -94,8 +94,6 @@ private slots:
                                             "Mlocked: 500 kB\nSUnreclaim: 20000 kB\nKernelStack: 3000 kB\n"
                                             "PageTables: 6000 kB\n")
                               << quint64(8000000) << quint64(3000000 + 1000 + 20000 + 3000 + 6000);
-        QTest::newRow("old kernel without the pinned fields") << QByteArray("MemTotal: 1024 kB\nActive: 512 kB\n")
-                                                              << quint64(1024) << quint64(512);
         QTest::newRow("unreadable") << QByteArray() << quint64(0) << quint64(0);
     }
     void memory() {
@@ -124,13 +122,6 @@ private slots:
                        {"/sys/class/net/wlp2s0/phy80211/index", "0"},
                        {"/sys/class/net/eth0/address", "00:11:22:33:44:55"}});
         QTEST(BKFirstWirelessIPv4(addresses), "address");
-    }
-
-    void fileSystemSpace() {
-        QTemporaryDir dir;
-        const BKFileSystemSpace space = BKFileSystemSpaceForPath(dir.path());
-        QVERIFY(space.total > 0 && space.free <= space.total);
-        QCOMPARE(BKFileSystemSpaceForPath(dir.path() + "/missing").total, uint64_t(0));
     }
 };
 
