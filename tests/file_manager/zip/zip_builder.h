@@ -2,55 +2,32 @@
 // Builds ZIP archives byte by byte for the extractor's tests, with every field open to lies,
 // and reads back what an extraction left on disk.
 
-#include <QByteArray>
-#include <QCryptographicHash>
 #include <QDir>
 #include <QDirIterator>
-#include <QFile>
-#include <QFileInfo>
-#include <QMap>
-#include <QString>
-#include <QStringList>
+#include <algorithm>
+#include <bit>
 #include <optional>
 #include <vector>
 #include <zlib.h>
 
 namespace ziptest {
 
-inline QByteArray deflateRaw(const QByteArray& data, int level = 6)
-{
-    z_stream s{};
-    deflateInit2(&s, level, Z_DEFLATED, -15, 8, Z_DEFAULT_STRATEGY);
-    QByteArray out(static_cast<int>(deflateBound(&s, data.size())), Qt::Uninitialized);
-    s.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data.constData()));
-    s.avail_in = static_cast<uInt>(data.size());
-    s.next_out = reinterpret_cast<Bytef*>(out.data());
-    s.avail_out = static_cast<uInt>(out.size());
-    deflate(&s, Z_FINISH);
-    out.resize(static_cast<int>(s.total_out));
-    deflateEnd(&s);
-    return out;
-}
-
-// `count` zero bytes, deflated without ever holding them in memory at once.
-inline QByteArray deflatedZeros(qint64 count)
+// `total` bytes of `data` repeated, deflated a piece at a time so bombs never sit in memory.
+inline QByteArray deflateRaw(const QByteArray& data, qint64 total = -1)
 {
     z_stream s{};
     deflateInit2(&s, 9, Z_DEFLATED, -15, 9, Z_DEFAULT_STRATEGY);
-    const QByteArray zeros(1 << 20, '\0');
-    QByteArray out;
-    QByteArray chunk(1 << 16, Qt::Uninitialized);
-    qint64 left = count;
+    QByteArray out, chunk(1 << 16, Qt::Uninitialized);
+    qint64 left = total < 0 ? data.size() : total;
     do {
-        const int n = static_cast<int>(std::min<qint64>(left, zeros.size()));
+        const qint64 n = std::min<qint64>(left, data.size());
         left -= n;
-        s.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(zeros.constData()));
+        s.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data.constData()));
         s.avail_in = static_cast<uInt>(n);
-        const int flush = left == 0 ? Z_FINISH : Z_NO_FLUSH;
         do {
             s.next_out = reinterpret_cast<Bytef*>(chunk.data());
             s.avail_out = static_cast<uInt>(chunk.size());
-            deflate(&s, flush);
+            deflate(&s, left > 0 ? Z_NO_FLUSH : Z_FINISH);
             out.append(chunk.constData(), chunk.size() - static_cast<int>(s.avail_out));
         } while (s.avail_out == 0);
     } while (left > 0);
@@ -60,105 +37,65 @@ inline QByteArray deflatedZeros(qint64 count)
 
 struct Entry {
     QByteArray name;
-    QByteArray payload;  // the bytes stored in the archive (already deflated for method 8)
+    QByteArray payload;  // as stored in the archive (already deflated for method 8)
     uint16_t method = 0;
     uint32_t uncompressedSize = 0;
     std::optional<uint32_t> compressedSize;     // default: payload size
-    std::optional<uint32_t> localHeaderOffset;  // default: where the builder put it
-    std::optional<uint32_t> shareLocalOf;       // point at entry N's local header (no own copy)
+    std::optional<uint32_t> localHeaderOffset;  // when set, the entry gets no local header of its own
     QByteArray comment;
 };
 
 inline Entry stored(const QByteArray& name, const QByteArray& data)
 {
-    Entry e;
-    e.name = name;
-    e.payload = data;
-    e.uncompressedSize = static_cast<uint32_t>(data.size());
-    return e;
+    return {name, data, 0, static_cast<uint32_t>(data.size()), {}, {}, {}};
 }
 
-inline Entry deflated(const QByteArray& name, const QByteArray& data)
+inline Entry deflated(const QByteArray& name, const QByteArray& data, qint64 total = -1)
 {
-    Entry e;
-    e.name = name;
-    e.payload = deflateRaw(data);
-    e.method = 8;
-    e.uncompressedSize = static_cast<uint32_t>(data.size());
-    return e;
+    const auto uncompressed = static_cast<uint32_t>(total < 0 ? data.size() : total);
+    return {name, deflateRaw(data, total), 8, uncompressed, {}, {}, {}};
 }
 
 struct Layout {
-    QByteArray prefix;                      // bytes before the first local header
-    std::optional<uint16_t> entryCount;     // the end record's count (default: entries)
+    std::optional<uint16_t> entryCount;  // default: the number of entries
     std::optional<uint32_t> directoryOffset;
     QByteArray archiveComment;
 };
 
-inline void put16(QByteArray& b, uint32_t v)
+static_assert(std::endian::native == std::endian::little, "fields are appended in host order");
+
+template <typename... Field>
+void put(QByteArray& zip, Field... fields)
 {
-    b.append(char(v & 0xFF)).append(char((v >> 8) & 0xFF));
-}
-inline void put32(QByteArray& b, uint32_t v)
-{
-    put16(b, v & 0xFFFF);
-    put16(b, v >> 16);
+    (zip.append(reinterpret_cast<const char*>(&fields), sizeof fields), ...);
 }
 
 inline QByteArray build(const std::vector<Entry>& entries, const Layout& layout = {})
 {
-    QByteArray zip = layout.prefix;
-    std::vector<uint32_t> offsets;
+    using u16 = uint16_t;
+    using u32 = uint32_t;
+    QByteArray zip;
+    std::vector<u32> offsets;
     for (const Entry& e : entries) {
-        if (e.shareLocalOf) {
-            offsets.push_back(offsets.at(*e.shareLocalOf));
+        offsets.push_back(e.localHeaderOffset.value_or(zip.size()));
+        if (e.localHeaderOffset)
             continue;
-        }
-        offsets.push_back(static_cast<uint32_t>(zip.size()));
-        put32(zip, 0x04034b50);
-        put16(zip, 20);
-        put16(zip, 0);
-        put16(zip, e.method);
-        put32(zip, 0);
-        put32(zip, static_cast<uint32_t>(crc32(0, reinterpret_cast<const Bytef*>(e.payload.constData()), e.payload.size())));
-        put32(zip, static_cast<uint32_t>(e.payload.size()));
-        put32(zip, e.uncompressedSize);
-        put16(zip, static_cast<uint32_t>(e.name.size()));
-        put16(zip, 0);
+        put(zip, u32(0x04034b50), u16(20), u16(0), e.method, u32(0), u32(0), u32(e.payload.size()),
+            e.uncompressedSize, u16(e.name.size()), u16(0));
         zip.append(e.name).append(e.payload);
     }
-    const uint32_t directory = static_cast<uint32_t>(zip.size());
+    const u32 directory = zip.size();
     for (size_t i = 0; i < entries.size(); ++i) {
         const Entry& e = entries[i];
-        put32(zip, 0x02014b50);
-        put16(zip, 0x031E);
-        put16(zip, 20);
-        put16(zip, 0);
-        put16(zip, e.method);
-        put32(zip, 0);
-        put32(zip, 0);
-        put32(zip, e.compressedSize.value_or(static_cast<uint32_t>(e.payload.size())));
-        put32(zip, e.uncompressedSize);
-        put16(zip, static_cast<uint32_t>(e.name.size()));
-        put16(zip, 0);
-        put16(zip, static_cast<uint32_t>(e.comment.size()));
-        put16(zip, 0);
-        put16(zip, 0);
-        put32(zip, 0);
-        put32(zip, e.localHeaderOffset.value_or(offsets[i]));
+        put(zip, u32(0x02014b50), u16(0x031E), u16(20), u16(0), e.method, u32(0), u32(0),
+            e.compressedSize.value_or(e.payload.size()), e.uncompressedSize, u16(e.name.size()), u16(0),
+            u16(e.comment.size()), u16(0), u16(0), u32(0), offsets[i]);
         zip.append(e.name).append(e.comment);
     }
-    const uint32_t directorySize = static_cast<uint32_t>(zip.size()) - directory;
-    put32(zip, 0x06054b50);
-    put16(zip, 0);
-    put16(zip, 0);
-    put16(zip, layout.entryCount.value_or(static_cast<uint16_t>(entries.size())));
-    put16(zip, static_cast<uint16_t>(entries.size()));
-    put32(zip, directorySize);
-    put32(zip, layout.directoryOffset.value_or(directory));
-    put16(zip, static_cast<uint32_t>(layout.archiveComment.size()));
-    zip.append(layout.archiveComment);
-    return zip;
+    put(zip, u32(0x06054b50), u16(0), u16(0), layout.entryCount.value_or(entries.size()), u16(entries.size()),
+        u32(zip.size() - directory), layout.directoryOffset.value_or(directory),
+        u16(layout.archiveComment.size()));
+    return zip.append(layout.archiveComment);
 }
 
 inline bool writeFile(const QString& path, const QByteArray& bytes)
@@ -180,8 +117,7 @@ inline QStringList tree(const QString& root)
     QDirIterator it(root, QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System,
                     QDirIterator::Subdirectories);
     while (it.hasNext()) {
-        it.next();
-        const QFileInfo info = it.fileInfo();
+        const QFileInfo info(it.next());
         const QString rel = QDir(root).relativeFilePath(info.filePath());
         out << (info.isSymLink() ? rel + "@" : info.isDir() ? rel + "/" : rel);
     }
