@@ -79,6 +79,13 @@ class LaunchTest : public QObject {
         }
     }
 
+    // Starts the fake daemon by hand and waits until it observes pings.
+    void startDaemon(const QString& program, bool silent) {
+        writeDaemonConfig(silent);
+        QVERIFY(QProcess::startDetached(program, {m_docs}));
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(recordPath()), 5000);
+    }
+
     // Waits until the pings of one launch are on the bus and seen by our observer.
     int pingsAfter(int before) {
         QTest::qWait(300);
@@ -145,10 +152,8 @@ private slots:
     }
 
     void runningDaemonIsNotStartedAgain() {
-        writeDaemonConfig(false);
         QVERIFY(QFile::copy(fakeDaemonBinary(), m_bundle.filePath("floatball")));
-        QVERIFY(QProcess::startDetached(m_bundle.filePath("floatball"), {m_docs}));
-        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(recordPath()), 5000);
+        startDaemon(m_bundle.filePath("floatball"), false);
         s_spawns = 0;
         const int before = s_pings;
 
@@ -159,9 +164,7 @@ private slots:
     }
 
     void aliveWaitTimesOutWithoutAnswer() {
-        writeDaemonConfig(true);
-        QVERIFY(QProcess::startDetached(fakeDaemonBinary(), {m_docs}));
-        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(recordPath()), 5000);
+        startDaemon(fakeDaemonBinary(), true);
         QElapsedTimer clock;
         clock.start();
         QVERIFY(!BKWaitForFloatballAlive(0.2));
@@ -173,9 +176,7 @@ private slots:
     }
 
     void aliveWaitSucceedsQuicklyWithADaemon() {
-        writeDaemonConfig(false);
-        QVERIFY(QProcess::startDetached(fakeDaemonBinary(), {m_docs}));
-        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(recordPath()), 5000);
+        startDaemon(fakeDaemonBinary(), false);
         QElapsedTimer clock;
         clock.start();
         QVERIFY(BKWaitForFloatballAlive(2.0));
