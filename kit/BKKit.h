@@ -15,7 +15,7 @@ namespace brisko {
 using BKTouchCallback = std::function<void(int phase, double x, double y)>;
 
 class BKKit {
-public:
+  public:
     BKKit() = delete;
 
     // One-time set-up of the shared screen description; every class method calls it first.

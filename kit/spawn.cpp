@@ -103,7 +103,8 @@ int32_t BKKit::spawnAsRoot(const QString& path, const QStringList& arguments) {
     const QByteArray pathUtf8 = path.toUtf8();
     std::vector<QByteArray> argumentsUtf8;
     argumentsUtf8.reserve(size_t(arguments.size()));
-    for (const QString& argument : arguments) argumentsUtf8.push_back(argument.toUtf8());
+    for (const QString& argument : arguments)
+        argumentsUtf8.push_back(argument.toUtf8());
 
     const int32_t count = int32_t(argumentsUtf8.size());
     auto** argv = static_cast<char**>(calloc(size_t(count) + 2, sizeof(char*)));
@@ -112,7 +113,8 @@ int32_t BKKit::spawnAsRoot(const QString& path, const QStringList& arguments) {
         return -1;
     }
     argv[0] = const_cast<char*>(pathUtf8.constData());
-    for (int32_t i = 0; i < count; ++i) argv[i + 1] = const_cast<char*>(argumentsUtf8[size_t(i)].constData());
+    for (int32_t i = 0; i < count; ++i)
+        argv[i + 1] = const_cast<char*>(argumentsUtf8[size_t(i)].constData());
 
     pid_t pid = startChild(pathUtf8.constData(), argv, Identity::Superuser);
     if (pid < 0) pid = startChild(pathUtf8.constData(), argv, Identity::Own); // once, as ourselves

@@ -51,9 +51,12 @@ void TouchDecoder::feedAbs(uint16_t code, int32_t value) {
     }
     Contact* contact = current();
     if (!contact) return;
-    if (code == ABS_MT_TRACKING_ID) setTrackingId(*contact, value);
-    else if (code == ABS_MT_POSITION_X) contact->x = value;
-    else if (code == ABS_MT_POSITION_Y) contact->y = value;
+    if (code == ABS_MT_TRACKING_ID)
+        setTrackingId(*contact, value);
+    else if (code == ABS_MT_POSITION_X)
+        contact->x = value;
+    else if (code == ABS_MT_POSITION_Y)
+        contact->y = value;
 }
 
 void TouchDecoder::setTrackingId(Contact& contact, int32_t id) {

@@ -34,7 +34,7 @@ struct TouchReport {
 };
 
 class TouchDecoder {
-public:
+  public:
     static constexpr size_t kFallbackSlots = 16; // when the initial state names no slots
 
     TouchDecoder(TouchAxis x, TouchAxis y, const TouchSnapshot& initial);
@@ -47,7 +47,7 @@ public:
 
     static double normalise(int32_t value, TouchAxis axis);
 
-private:
+  private:
     struct Contact : TouchSlot {
         uint64_t downOrder = 0; // earlier contacts are primary
     };

@@ -36,7 +36,8 @@ TouchSlot slotState(libevdev* dev, int slot) {
 }
 
 bool isTouchscreen(libevdev* dev) {
-    return libevdev_has_property(dev, INPUT_PROP_DIRECT) && libevdev_has_event_code(dev, EV_ABS, ABS_MT_SLOT) &&
+    return libevdev_has_property(dev, INPUT_PROP_DIRECT) &&
+           libevdev_has_event_code(dev, EV_ABS, ABS_MT_SLOT) &&
            libevdev_has_event_code(dev, EV_ABS, ABS_MT_POSITION_X) &&
            libevdev_has_event_code(dev, EV_ABS, ABS_MT_POSITION_Y);
 }
@@ -56,7 +57,8 @@ std::optional<TouchDeviceInfo> _probeTouchscreen(int fd) {
     TouchDeviceInfo info{axisOf(raw, ABS_MT_POSITION_X), axisOf(raw, ABS_MT_POSITION_Y), {}};
     info.state.currentSlot = libevdev_get_current_slot(raw);
     const int slotCount = std::min(libevdev_get_num_slots(raw), kMaxSlots);
-    for (int i = 0; i < slotCount; ++i) info.state.contacts.push_back(slotState(raw, i));
+    for (int i = 0; i < slotCount; ++i)
+        info.state.contacts.push_back(slotState(raw, i));
     return info;
 }
 
@@ -64,8 +66,9 @@ namespace {
 
 // Follows every touchscreen node in one directory, including ones that come and go.
 class TouchMonitor : public QObject {
-public:
-    TouchMonitor(const QString& directory, TouchDeviceProbe probe) : directory_(directory), probe_(std::move(probe)) {
+  public:
+    TouchMonitor(const QString& directory, TouchDeviceProbe probe)
+        : directory_(directory), probe_(std::move(probe)) {
         if (QDir(directory_).exists()) watcher_.addPath(directory_);
         connect(&watcher_, &QFileSystemWatcher::directoryChanged, this, [this] { rescan(); });
         rescan();
@@ -80,7 +83,7 @@ public:
 
     int deviceCount() const { return int(streams_.size()); }
 
-private:
+  private:
     void rescan() {
         const QStringList nodes = QDir(directory_).entryList({"event*"}, QDir::System | QDir::Files);
         for (const QString& path : streams_.keys())
@@ -100,8 +103,9 @@ private:
             return;
         }
         auto deliver = [](const TouchReport& r) { _deliverTouch(r.phase, r.x, r.y); };
-        streams_.insert(path, new TouchEventStream(fd, TouchDecoder(info->x, info->y, info->state), deliver,
-                                                   readBack(probe_), [this, path] { forget(path); }, this));
+        streams_.insert(path, new TouchEventStream(
+                                  fd, TouchDecoder(info->x, info->y, info->state), deliver, readBack(probe_),
+                                  [this, path] { forget(path); }, this));
     }
 
     // After lost events the probe reads the device's contact state again.

@@ -61,7 +61,8 @@ int openTouchSocket(const std::string& path) {
     const int fd = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     if (fd < 0) return -1;
     // Credentials must be on before the first datagram can arrive.
-    if (!configureTouchSocket(fd) || ::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    if (!configureTouchSocket(fd) ||
+        ::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         ::close(fd);
         return -1;
     }
@@ -145,7 +146,7 @@ void BKKit::setFloatingBallRemoteTouchEnabled(bool enabled) {
 
 void _startTouchSocket() {
     if (s_touchSockRunning) return;
-    BKKit::initialize(); // the receive thread reads the screen description
+    BKKit::initialize();     // the receive thread reads the screen description
     reapTouchSocketThread(); // one that gave up on its own
     s_touchSockRunning = true;
     s_touchSockDown = false;

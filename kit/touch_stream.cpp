@@ -12,12 +12,13 @@ namespace brisko {
 namespace {
 // Bounds one wake-up, so a flooding device cannot starve the rest of the main loop.
 constexpr int kMaxReadsPerWake = 8;
-}
+} // namespace
 
 TouchEventStream::TouchEventStream(int fd, TouchDecoder decoder, Sink sink, Resync resync,
                                    std::function<void()> onClosed, QObject* parent)
-    : QObject(parent), fd_(fd), decoder_(std::move(decoder)), sink_(std::move(sink)), resync_(std::move(resync)),
-      onClosed_(std::move(onClosed)), notifier_(new QSocketNotifier(fd, QSocketNotifier::Read, this)) {
+    : QObject(parent), fd_(fd), decoder_(std::move(decoder)), sink_(std::move(sink)),
+      resync_(std::move(resync)), onClosed_(std::move(onClosed)),
+      notifier_(new QSocketNotifier(fd, QSocketNotifier::Read, this)) {
     connect(notifier_, &QSocketNotifier::activated, this, [this] { readAvailable(); });
 }
 

@@ -14,7 +14,7 @@ class QSocketNotifier;
 namespace brisko {
 
 class TouchEventStream : public QObject {
-public:
+  public:
     using Sink = std::function<void(const TouchReport&)>;
     // Reads the device's contact state back after a gap; null or nullopt keeps the decoder's own.
     using Resync = std::function<std::optional<TouchSnapshot>(int fd)>;
@@ -28,7 +28,7 @@ public:
     // Stops reading at once, without calling onClosed; safe from inside a delivery.
     void close();
 
-private:
+  private:
     void readAvailable();
     bool decodeBuffered(); // false when delivering destroyed this stream
     bool deliver(const std::optional<TouchReport>& report);

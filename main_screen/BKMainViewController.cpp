@@ -28,7 +28,9 @@ constexpr double kStatusRetryDelay = 0.5;
 constexpr double kToggleBusyWindow = 0.3;
 inline const QString kLogsBarItem = QStringLiteral("openLogs");
 
-bool bootMarkerExists() { return QFileInfo::exists(BKBootAutostartMarkerPath()); }
+bool bootMarkerExists() {
+    return QFileInfo::exists(BKBootAutostartMarkerPath());
+}
 
 void writeBootMarker(bool on) {
     const QString path = BKBootAutostartMarkerPath();
@@ -41,7 +43,9 @@ void writeBootMarker(bool on) {
     if (file.open(QIODevice::WriteOnly) && file.write("1", 1) == 1) file.commit();
 }
 
-bool switchState(QObject* sender) { return sender && sender->property("checked").toBool(); }
+bool switchState(QObject* sender) {
+    return sender && sender->property("checked").toBool();
+}
 
 void setSwitchState(QObject* sender, bool on) {
     if (sender) sender->setProperty("checked", on);
@@ -53,7 +57,9 @@ BKMainViewController::BKMainViewController() {
     setRightBarItems({QVariantMap{{"symbol", "note.text"}, {"tint", "systemOrange"}, {"id", kLogsBarItem}}});
 }
 
-QUrl BKMainViewController::viewUrl() const { return QUrl(QStringLiteral("qrc:/brisko/main_screen/MainView.qml")); }
+QUrl BKMainViewController::viewUrl() const {
+    return QUrl(QStringLiteral("qrc:/brisko/main_screen/MainView.qml"));
+}
 
 void BKMainViewController::viewDidLoad() {
     setTitle(BKApplicationDisplayName());
@@ -146,8 +152,10 @@ QString BKMainViewController::rowAction(int section, int row) const {
 
 void BKMainViewController::switchToggled(int section, int row, QObject* sender) {
     const QString action = rowAction(section, row);
-    if (action == kActionDebugToggle) debugToggleChanged(sender);
-    else if (action == kActionBootToggle) bootToggleChanged(sender);
+    if (action == kActionDebugToggle)
+        debugToggleChanged(sender);
+    else if (action == kActionBootToggle)
+        bootToggleChanged(sender);
 }
 
 void BKMainViewController::didSelectRow(int section, int row) {
@@ -165,11 +173,23 @@ void BKMainViewController::barItemTapped(const QString& id) {
 // The log viewer is pushed from here once it exists.
 void BKMainViewController::openLogs() {}
 
-void BKMainViewController::postNotification(const QString& name) { BKPostDarwinNotification(name); }
-void BKMainViewController::startKeepAlive() { BKInstallDebugAudioKeepAlive(); }
-void BKMainViewController::stopKeepAlive() { BKStopDebugAudioKeepAlive(); }
-BKDeviceFacts BKMainViewController::readDeviceFacts() const { return BKReadDeviceFacts(); }
-QString BKMainViewController::wifiAddress() const { return BKGetWiFiAddress(); }
-bool BKMainViewController::isPrivilegedInstall() const { return BKIsJailbreakInstalledApp(); }
+void BKMainViewController::postNotification(const QString& name) {
+    BKPostDarwinNotification(name);
+}
+void BKMainViewController::startKeepAlive() {
+    BKInstallDebugAudioKeepAlive();
+}
+void BKMainViewController::stopKeepAlive() {
+    BKStopDebugAudioKeepAlive();
+}
+BKDeviceFacts BKMainViewController::readDeviceFacts() const {
+    return BKReadDeviceFacts();
+}
+QString BKMainViewController::wifiAddress() const {
+    return BKGetWiFiAddress();
+}
+bool BKMainViewController::isPrivilegedInstall() const {
+    return BKIsJailbreakInstalledApp();
+}
 
 } // namespace brisko

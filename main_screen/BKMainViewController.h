@@ -18,7 +18,7 @@ class BKMainViewController : public ui::ViewController {
     Q_PROPERTY(bool scriptControlsShown READ scriptControlsShown NOTIFY scriptControlsChanged)
     Q_PROPERTY(QVariantMap scriptControlLayout READ scriptControlLayout NOTIFY scriptControlsChanged)
 
-public:
+  public:
     BKMainViewController();
 
     QVariantList sections() const { return m_sections; }
@@ -49,15 +49,15 @@ public:
     Q_INVOKABLE void switchToggled(int section, int row, QObject* sender);
     void barItemTapped(const QString& id) override;
 
-public slots:
+  public slots:
     // Rebuilds the model from the runtime status and the device.
     void refreshData();
 
-signals:
+  signals:
     void sectionsChanged();
     void scriptControlsChanged();
 
-protected:
+  protected:
     QUrl viewUrl() const override;
     void viewDidLoad() override;
     void viewWillAppear(bool animated) override;
@@ -71,7 +71,7 @@ protected:
     virtual QString wifiAddress() const;
     virtual bool isPrivilegedInstall() const;
 
-private:
+  private:
     BKMainScreenState currentState() const;
     QString rowAction(int section, int row) const;
     void openFileManager();

@@ -13,9 +13,13 @@ QVariantMap row(const QString& label, const QString& value, const QString& symbo
     return {{"l", label}, {"v", value}, {"i", symbol}, {"c", color}};
 }
 
-QVariantMap section(const QString& title, const QVariantList& rows) { return {{"title", title}, {"rows", rows}}; }
+QVariantMap section(const QString& title, const QVariantList& rows) {
+    return {{"title", title}, {"rows", rows}};
+}
 
-QString pair(const QString& first, const QString& second) { return first + QStringLiteral(" / ") + second; }
+QString pair(const QString& first, const QString& second) {
+    return first + QStringLiteral(" / ") + second;
+}
 
 QVariantList deviceRows(const BKDeviceFacts& d) {
     const QString serial = d.serial.isNull() ? QString() : d.serial.toString();
@@ -40,7 +44,8 @@ QString debugRowText(const BKMainScreenState& s) {
 QString serviceAddressText(const BKMainScreenState& s) {
     const QString wifi = s.wifiAddress ? s.wifiAddress() : QString();
     QString status = s.debugStatus;
-    if (status.isNull()) status = s.clientConnected ? QStringLiteral("已连接") : QStringLiteral("等待连接...");
+    if (status.isNull())
+        status = s.clientConnected ? QStringLiteral("已连接") : QStringLiteral("等待连接...");
     return QStringLiteral("%1:%2（%3）")
         .arg(wifi.isEmpty() ? QStringLiteral("--") : wifi)
         .arg(kDebugServicePort)
@@ -78,7 +83,8 @@ QVariantList aboutRows(const BKMainScreenState& s) {
 QString BKResolutionText(QSizeF points, double scale) {
     // C's printf rounding, as for the byte counts.
     char text[96];
-    std::snprintf(text, sizeof text, "%.0f × %.0f (%.0fx)", points.width() * scale, points.height() * scale, scale);
+    std::snprintf(text, sizeof text, "%.0f × %.0f (%.0fx)", points.width() * scale, points.height() * scale,
+                  scale);
     return QString::fromUtf8(text);
 }
 

@@ -14,7 +14,7 @@ namespace brisko {
 struct BKDeviceFacts {
     QString systemName; // e.g. "Debian GNU/Linux 12 (bookworm)"
     QString machine;
-    QVariant serial; // null when unreadable
+    QVariant serial;   // null when unreadable
     QSizeF screenSize; // points
     double screenScale = 1.0;
     uint64_t storageFree = 0;

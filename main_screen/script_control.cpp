@@ -13,9 +13,11 @@ QString s_endpoint = kDaemonEndpoint;
 
 bool stringReadsTrue(const QString& text) {
     qsizetype i = 0;
-    while (i < text.size() && text[i].isSpace()) ++i;
+    while (i < text.size() && text[i].isSpace())
+        ++i;
     if (i < text.size() && (text[i] == u'+' || text[i] == u'-')) ++i;
-    while (i < text.size() && text[i] == u'0') ++i;
+    while (i < text.size() && text[i] == u'0')
+        ++i;
     if (i == text.size()) return false;
     const QChar c = text[i];
     return c == u'Y' || c == u'y' || c == u'T' || c == u't' || (c >= u'1' && c <= u'9');
@@ -32,7 +34,9 @@ bool replyFailed(const QByteArray& body, QJsonObject* object) {
 
 } // namespace
 
-QUrl BKScriptControlURL(const QString& cmd) { return QUrl(s_endpoint + QStringLiteral("/task?cmd=") + cmd); }
+QUrl BKScriptControlURL(const QString& cmd) {
+    return QUrl(s_endpoint + QStringLiteral("/task?cmd=") + cmd);
+}
 
 void BKSetScriptControlEndpointForTesting(const QString& endpoint) {
     s_endpoint = endpoint.isEmpty() ? kDaemonEndpoint : endpoint;

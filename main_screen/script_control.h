@@ -19,9 +19,9 @@ void BKSetScriptControlEndpointForTesting(const QString& endpoint);
 QNetworkAccessManager* BKSharedURLSession();
 
 struct BKScriptControlOutcome {
-    bool sent = false; // a toast, then a status request
-    QString toast; // "已发送%@指令"
-    QString alertTitle; // "%@失败"
+    bool sent = false;    // a toast, then a status request
+    QString toast;        // "已发送%@指令"
+    QString alertTitle;   // "%@失败"
     QString alertMessage; // null: the alert's default message
 };
 

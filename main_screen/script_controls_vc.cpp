@@ -25,10 +25,18 @@ constexpr double kStatusRequestDelay = 0.3;
 // 8 above and 12 below them.
 QVariantMap barLayout(double width) {
     const double buttonWidth = std::floor((width - 2 * 16 - 12) / 2);
-    return {{"barHeight", 8 + 50 + 12}, {"buttonY", 8},           {"buttonHeight", 50},
-            {"buttonWidth", buttonWidth}, {"startX", 16},           {"stopX", 16 + buttonWidth + 12},
-            {"startTitle", "启动脚本"},   {"startColor", "systemGreen"}, {"stopTitle", "停止脚本"},
-            {"stopColor", "systemRed"},   {"cornerRadius", 14},     {"fontSize", 16}};
+    return {{"barHeight", 8 + 50 + 12},
+            {"buttonY", 8},
+            {"buttonHeight", 50},
+            {"buttonWidth", buttonWidth},
+            {"startX", 16},
+            {"stopX", 16 + buttonWidth + 12},
+            {"startTitle", "启动脚本"},
+            {"startColor", "systemGreen"},
+            {"stopTitle", "停止脚本"},
+            {"stopColor", "systemRed"},
+            {"cornerRadius", 14},
+            {"fontSize", 16}};
 }
 
 // What the reply says: a transport failure has no HTTP status; anything else is the server's answer.
@@ -63,8 +71,12 @@ void BKMainViewController::setTableWidth(double width) {
     viewDidLayoutSubviews();
 }
 
-void BKMainViewController::startScriptButtonTapped() { sendScriptControlCommand("start", "启动"); }
-void BKMainViewController::stopScriptButtonTapped() { sendScriptControlCommand("stop", "停止"); }
+void BKMainViewController::startScriptButtonTapped() {
+    sendScriptControlCommand("start", "启动");
+}
+void BKMainViewController::stopScriptButtonTapped() {
+    sendScriptControlCommand("stop", "停止");
+}
 
 void BKMainViewController::sendScriptControlCommand(const QString& cmd, const QString& actionName) {
     const QUrl url = BKScriptControlURL(cmd);
@@ -86,7 +98,8 @@ void BKMainViewController::sendScriptControlCommand(const QString& cmd, const QS
 void BKMainViewController::handleScriptControlReply(const QString& actionName, const QString& transportError,
                                                     int statusCode, const QByteArray& body) {
     BKDismissLoading(view());
-    const BKScriptControlOutcome outcome = BKScriptControlOutcomeFor(actionName, transportError, statusCode, body);
+    const BKScriptControlOutcome outcome =
+        BKScriptControlOutcomeFor(actionName, transportError, statusCode, body);
     if (!outcome.sent) {
         showScriptControlErrorWithTitle(outcome.alertTitle, outcome.alertMessage);
         return;
@@ -98,7 +111,8 @@ void BKMainViewController::handleScriptControlReply(const QString& actionName, c
 }
 
 void BKMainViewController::showScriptControlErrorWithTitle(const QString& title, const QString& message) {
-    auto* alert = new ui::AlertController(title, message.isNull() ? QStringLiteral("请求未发送成功") : message);
+    auto* alert =
+        new ui::AlertController(title, message.isNull() ? QStringLiteral("请求未发送成功") : message);
     alert->addAction(QStringLiteral("确定"), ui::AlertController::ActionStyle::Default);
     present(alert);
 }

@@ -33,7 +33,9 @@ QVariantMap tableRow(const QVariantMap& row) {
 
 } // namespace
 
-double BKHeaderHeight(int section) { return section == 0 ? 40.0 : 26.0; }
+double BKHeaderHeight(int section) {
+    return section == 0 ? 40.0 : 26.0;
+}
 
 QString BKTintName(const QString& colorName) {
     return colorMap().contains(colorName) ? colorName : QStringLiteral("systemBlue");
@@ -44,7 +46,8 @@ QVariantList BKTableSections(const QVariantList& sections) {
     for (int index = 0; index < sections.size(); ++index) {
         const QVariantMap section = sections[index].toMap();
         QVariantList rows;
-        for (const QVariant& row : section.value("rows").toList()) rows.append(tableRow(row.toMap()));
+        for (const QVariant& row : section.value("rows").toList())
+            rows.append(tableRow(row.toMap()));
         const QString title = section.value("title").toString();
         result.append(QVariantMap{{"title", title},
                                   {"showsHeader", !title.isEmpty()},

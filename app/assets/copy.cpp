@@ -18,7 +18,9 @@ QByteArray parentOf(const QByteArray& path) {
     return slash == 0 ? QByteArrayLiteral("/") : path.left(slash);
 }
 
-QByteArray baseName(const QByteArray& path) { return path.mid(path.lastIndexOf('/') + 1); }
+QByteArray baseName(const QByteArray& path) {
+    return path.mid(path.lastIndexOf('/') + 1);
+}
 
 // A hidden sibling, so a half-written copy never carries the final name.
 QByteArray temporarySibling(const QByteArray& path) {
@@ -135,9 +137,12 @@ bool replaceFileWithCopy(const QByteArray& source, const QByteArray& destination
 bool replaceWithCopy(const QByteArray& source, const QByteArray& destination) {
     makeDirectories(parentOf(destination));
     switch (statFollowingLinks(source).kind) {
-    case EntryKind::RegularFile: return replaceFileWithCopy(source, destination);
-    case EntryKind::Directory: return replaceFolderWithCopy(source, destination);
-    default: return false;
+    case EntryKind::RegularFile:
+        return replaceFileWithCopy(source, destination);
+    case EntryKind::Directory:
+        return replaceFolderWithCopy(source, destination);
+    default:
+        return false;
     }
 }
 

@@ -19,7 +19,9 @@ BKMD5Context::BKMD5Context() : ctx_(EVP_MD_CTX_new()) {
     if (ctx_) EVP_DigestInit_ex(ctx_, EVP_md5(), nullptr);
 }
 
-BKMD5Context::~BKMD5Context() { EVP_MD_CTX_free(ctx_); }
+BKMD5Context::~BKMD5Context() {
+    EVP_MD_CTX_free(ctx_);
+}
 
 void BKMD5Context::update(const char* data, std::size_t size) {
     if (ctx_) EVP_DigestUpdate(ctx_, data, size);
@@ -40,9 +42,12 @@ void feedOpenFile(BKMD5Sink* context, int fd) {
     std::array<char, 65536> buffer;
     for (;;) {
         const ssize_t n = read(fd, buffer.data(), buffer.size());
-        if (n > 0) context->update(buffer.data(), std::size_t(n));
-        else if (n < 0 && errno == EINTR) continue;
-        else return;
+        if (n > 0)
+            context->update(buffer.data(), std::size_t(n));
+        else if (n < 0 && errno == EINTR)
+            continue;
+        else
+            return;
     }
 }
 

@@ -14,14 +14,14 @@ namespace brisko {
 
 // Whatever the digest bytes are fed to; tests record the stream through it.
 class BKMD5Sink {
-public:
+  public:
     virtual ~BKMD5Sink() = default;
     virtual void update(const char* data, std::size_t size) = 0;
 };
 
 // MD5 (OpenSSL's, which keeps up with md5sum; Qt's own is slower).
 class BKMD5Context final : public BKMD5Sink {
-public:
+  public:
     BKMD5Context();
     ~BKMD5Context() override;
     BKMD5Context(const BKMD5Context&) = delete;
@@ -30,7 +30,7 @@ public:
     void update(const char* data, std::size_t size) override;
     QString finalHex(); // 32 lower-case hex digits; the context is spent afterwards
 
-private:
+  private:
     evp_md_ctx_st* ctx_;
 };
 

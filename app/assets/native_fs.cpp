@@ -24,7 +24,9 @@ QByteArray joinPath(const QByteArray& dir, const QByteArray& name) {
     return dir + '/' + name;
 }
 
-QByteArray nativePath(const QString& path) { return QFile::encodeName(path); }
+QByteArray nativePath(const QString& path) {
+    return QFile::encodeName(path);
+}
 
 QList<QByteArray> listDirectory(const QByteArray& dir) {
     QList<QByteArray> names;
@@ -41,8 +43,10 @@ EntryInfo statFollowingLinks(const QByteArray& path) {
     struct stat st {};
     if (stat(path.constData(), &st) != 0) return {};
     EntryKind kind = EntryKind::Other;
-    if (S_ISDIR(st.st_mode)) kind = EntryKind::Directory;
-    else if (S_ISREG(st.st_mode)) kind = EntryKind::RegularFile;
+    if (S_ISDIR(st.st_mode))
+        kind = EntryKind::Directory;
+    else if (S_ISREG(st.st_mode))
+        kind = EntryKind::RegularFile;
     return {kind, st.st_dev, st.st_ino};
 }
 

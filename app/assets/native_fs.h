@@ -26,12 +26,12 @@ EntryInfo statFollowingLinks(const QByteArray& path);
 
 // Folders on the current walk, to notice a symbolic link that leads back into one of them.
 class FolderTrail {
-public:
+  public:
     bool contains(const EntryInfo& folder) const;
     void push(const EntryInfo& folder) { folders_.append(folder); }
     void pop() { folders_.removeLast(); }
 
-private:
+  private:
     QList<EntryInfo> folders_;
 };
 

@@ -13,9 +13,11 @@ struct DigitRun {
 };
 
 DigitRun scanDigits(const QString& s, qsizetype i) {
-    while (i < s.size() && s[i].isDigit() && s[i].digitValue() == 0) ++i;
+    while (i < s.size() && s[i].isDigit() && s[i].digitValue() == 0)
+        ++i;
     const qsizetype begin = i;
-    while (i < s.size() && s[i].isDigit()) ++i;
+    while (i < s.size() && s[i].isDigit())
+        ++i;
     return {begin, i};
 }
 
@@ -32,7 +34,9 @@ int compareRuns(const QString& a, DigitRun ra, const QString& b, DigitRun rb) {
 }
 
 // A run of digits sorts where "0" would, so digits of any script keep the order transitive.
-char16_t sortKey(QChar c) { return c.isDigit() ? u'0' : c.unicode(); }
+char16_t sortKey(QChar c) {
+    return c.isDigit() ? u'0' : c.unicode();
+}
 
 int compareFolded(const QString& a, const QString& b) {
     qsizetype i = 0;
@@ -78,7 +82,8 @@ void sortNaturally(QList<QByteArray>& names) {
         keys.append({decoded.toCaseFolded(), decoded, name});
     }
     std::sort(keys.begin(), keys.end(), precedes);
-    for (qsizetype i = 0; i < names.size(); ++i) names[i] = keys[i].name;
+    for (qsizetype i = 0; i < names.size(); ++i)
+        names[i] = keys[i].name;
 }
 
 } // namespace brisko::assets

@@ -27,7 +27,8 @@ QQmlEngine* engineFor(QQuickItem* host) {
 }
 
 QQuickItem* createChild(QQuickItem* host, const char* qmlFile, QVariantMap properties) {
-    QQmlComponent component(engineFor(host), QUrl(QStringLiteral("qrc:/brisko/feedback/") + QLatin1String(qmlFile)));
+    QQmlComponent component(engineFor(host),
+                            QUrl(QStringLiteral("qrc:/brisko/feedback/") + QLatin1String(qmlFile)));
     properties.insert(QStringLiteral("parent"), QVariant::fromValue<QObject*>(host));
     QObject* object = component.createWithInitialProperties(properties);
     auto* item = qobject_cast<QQuickItem*>(object);
@@ -68,8 +69,7 @@ void fadeTo(QQuickItem* item, qreal opacity, std::function<void()> done) {
 }
 
 // Off the main thread, reposts the call there; the host may be gone by then.
-template <typename Fn>
-bool movedToMainThread(QQuickItem* view, Fn fn) {
+template <typename Fn> bool movedToMainThread(QQuickItem* view, Fn fn) {
     if (isMainThread()) return false;
     dispatchMainAsync([host = QPointer<QQuickItem>(view), fn] {
         if (host) fn(host);
@@ -91,9 +91,10 @@ QQuickItem* BKFindItemWithTag(QQuickItem* root, int tag) {
 
 void BKShowToast(QQuickItem* view, const QString& message) {
     if (!view || movedToMainThread(view, [message](QQuickItem* host) { BKShowToast(host, message); })) return;
-    QQuickItem* toast = createChild(view, "Toast.qml",
-                                    {{QStringLiteral("text"), QStringLiteral("  ") + message + QStringLiteral("  ")},
-                                     {QStringLiteral("bottomInset"), safeAreaBottomInset(view)}});
+    QQuickItem* toast =
+        createChild(view, "Toast.qml",
+                    {{QStringLiteral("text"), QStringLiteral("  ") + message + QStringLiteral("  ")},
+                     {QStringLiteral("bottomInset"), safeAreaBottomInset(view)}});
     if (!toast) return;
     fadeTo(toast, 1.0, [toast = QPointer<QQuickItem>(toast)] {
         dispatchMainAfter(kToastHoldSeconds, [toast] {

@@ -23,18 +23,24 @@ void removeToasts(QQuickItem* host) {
 } // namespace
 
 void registerFeedbackScenes() {
-    ui::registerScene(QStringLiteral("toast"), [](QQuickItem* host) -> std::function<void()> {
-        BKShowToast(host, QStringLiteral("已发送启动指令"));
-        return [host = QPointer<QQuickItem>(host)] {
-            if (host) removeToasts(host);
-        };
-    }, 500);
-    ui::registerScene(QStringLiteral("loading"), [](QQuickItem* host) -> std::function<void()> {
-        BKShowLoading(host, QStringLiteral("启动中..."));
-        return [host = QPointer<QQuickItem>(host)] {
-            if (host) BKDismissLoading(host);
-        };
-    }, 300);
+    ui::registerScene(
+        QStringLiteral("toast"),
+        [](QQuickItem* host) -> std::function<void()> {
+            BKShowToast(host, QStringLiteral("已发送启动指令"));
+            return [host = QPointer<QQuickItem>(host)] {
+                if (host) removeToasts(host);
+            };
+        },
+        500);
+    ui::registerScene(
+        QStringLiteral("loading"),
+        [](QQuickItem* host) -> std::function<void()> {
+            BKShowLoading(host, QStringLiteral("启动中..."));
+            return [host = QPointer<QQuickItem>(host)] {
+                if (host) BKDismissLoading(host);
+            };
+        },
+        300);
 }
 
 } // namespace brisko

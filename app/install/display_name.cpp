@@ -25,7 +25,8 @@ QStringList lprojNamesFor(const QString& language) {
 
 QStringList localizationFolders() {
     QStringList folders;
-    for (const QString& language : QLocale().uiLanguages()) folders << lprojNamesFor(language);
+    for (const QString& language : QLocale().uiLanguages())
+        folders << lprojNamesFor(language);
     folders << QStringLiteral("Base");
     folders.removeDuplicates();
     return folders;

@@ -16,7 +16,7 @@ QString decodeText(const QByteArray& data) {
 }
 
 class StringsReader {
-public:
+  public:
     explicit StringsReader(const QString& text) : text_(text) {}
 
     QHash<QString, QString> readAll() {
@@ -31,7 +31,7 @@ public:
         return pairs;
     }
 
-private:
+  private:
     bool atEnd() const { return pos_ >= text_.size(); }
     QChar peek(qsizetype ahead = 0) const {
         return pos_ + ahead < text_.size() ? text_[pos_ + ahead] : QChar();
@@ -69,8 +69,8 @@ private:
 
     std::optional<QString> readBare() {
         const qsizetype start = pos_;
-        while (!atEnd() && (peek().isLetterOrNumber() || peek() == u'_' || peek() == u'.' ||
-                            peek() == u'-' || peek() == u'$' || peek() == u'/' || peek() == u':')) {
+        while (!atEnd() && (peek().isLetterOrNumber() || peek() == u'_' || peek() == u'.' || peek() == u'-' ||
+                            peek() == u'$' || peek() == u'/' || peek() == u':')) {
             ++pos_;
         }
         if (pos_ == start) return std::nullopt;
@@ -99,11 +99,20 @@ private:
         if (atEnd()) return false;
         const QChar c = peek();
         switch (c.unicode()) {
-        case 'n': out.append(u'\n'); return true;
-        case 't': out.append(u'\t'); return true;
-        case 'r': out.append(u'\r'); return true;
-        case 'U': return appendUnicodeEscape(out);
-        default: out.append(c); return true;
+        case 'n':
+            out.append(u'\n');
+            return true;
+        case 't':
+            out.append(u'\t');
+            return true;
+        case 'r':
+            out.append(u'\r');
+            return true;
+        case 'U':
+            return appendUnicodeEscape(out);
+        default:
+            out.append(c);
+            return true;
         }
     }
 
@@ -121,7 +130,8 @@ private:
 };
 
 bool looksLikeXmlPropertyList(const QString& text) {
-    return text.trimmed().startsWith(QLatin1String("<?xml")) || text.trimmed().startsWith(QLatin1String("<plist"));
+    return text.trimmed().startsWith(QLatin1String("<?xml")) ||
+           text.trimmed().startsWith(QLatin1String("<plist"));
 }
 
 } // namespace

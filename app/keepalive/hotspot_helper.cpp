@@ -6,7 +6,8 @@
 namespace brisko {
 
 void BKRegisterHotspotHelper() {
-    hotspot::registerHelper({{QStringLiteral("DisplayName"), BKApplicationDisplayName()}}, [](const hotspot::Command&) {});
+    hotspot::registerHelper({{QStringLiteral("DisplayName"), BKApplicationDisplayName()}},
+                            [](const hotspot::Command&) {});
 }
 
 } // namespace brisko

@@ -36,8 +36,8 @@ SleepInhibitor& sleepInhibitor() {
 
 // Linux does not suspend background programs; what keeps the device reachable is keeping it awake.
 void activateSession() {
-    sleepInhibitor().acquire(QStringLiteral("sleep:idle"), BKApplicationDisplayName(), QStringLiteral("debug mode"),
-                             QStringLiteral("block"));
+    sleepInhibitor().acquire(QStringLiteral("sleep:idle"), BKApplicationDisplayName(),
+                             QStringLiteral("debug mode"), QStringLiteral("block"));
 }
 
 void dropPlayerAndData() {
@@ -65,9 +65,10 @@ void installObservers() {
         });
     }
     auto& session = audio::AudioSession::shared();
-    QObject::connect(&session, &audio::AudioSession::interruption, &session, [](audio::InterruptionType type) {
-        if (type == audio::InterruptionType::Ended) BKStartDebugAudioKeepAlive();
-    });
+    QObject::connect(&session, &audio::AudioSession::interruption, &session,
+                     [](audio::InterruptionType type) {
+                         if (type == audio::InterruptionType::Ended) BKStartDebugAudioKeepAlive();
+                     });
     QObject::connect(&session, &audio::AudioSession::mediaServicesWereReset, &session, [] {
         dropPlayerAndData();
         BKStartDebugAudioKeepAlive();
@@ -112,10 +113,16 @@ void BKStopDebugAudioKeepAlive() {
     sleepInhibitor().release();
 }
 
-const audio::LoopingPlayer* BKDebugKeepAlivePlayer() { return _debugKeepAlivePlayer.get(); }
+const audio::LoopingPlayer* BKDebugKeepAlivePlayer() {
+    return _debugKeepAlivePlayer.get();
+}
 
-QByteArray BKDebugKeepAliveAudioData() { return _debugKeepAliveAudioData; }
+QByteArray BKDebugKeepAliveAudioData() {
+    return _debugKeepAliveAudioData;
+}
 
-bool BKDebugKeepAliveHoldsSleepLock() { return sleepInhibitor().isHeld() || sleepInhibitor().isPending(); }
+bool BKDebugKeepAliveHoldsSleepLock() {
+    return sleepInhibitor().isHeld() || sleepInhibitor().isPending();
+}
 
 } // namespace brisko

@@ -29,6 +29,6 @@ void BKStopDebugAudioKeepAlive();
 // Current state, for diagnostics and tests.
 const audio::LoopingPlayer* BKDebugKeepAlivePlayer();
 QByteArray BKDebugKeepAliveAudioData(); // null while idle
-bool BKDebugKeepAliveHoldsSleepLock(); // held, or asked for and not yet answered
+bool BKDebugKeepAliveHoldsSleepLock();  // held, or asked for and not yet answered
 
 } // namespace brisko

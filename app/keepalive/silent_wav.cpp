@@ -14,9 +14,15 @@ constexpr quint16 kBlockAlign = kChannels * kBitsPerSample / 8;
 constexpr quint32 kDataSize = 2 * kSampleRate * kBlockAlign;
 constexpr int kHeaderSize = 44;
 
-void putTag(QByteArray& file, int offset, const char (&tag)[5]) { std::memcpy(file.data() + offset, tag, 4); }
-void put16(QByteArray& file, int offset, quint16 value) { qToLittleEndian(value, file.data() + offset); }
-void put32(QByteArray& file, int offset, quint32 value) { qToLittleEndian(value, file.data() + offset); }
+void putTag(QByteArray& file, int offset, const char (&tag)[5]) {
+    std::memcpy(file.data() + offset, tag, 4);
+}
+void put16(QByteArray& file, int offset, quint16 value) {
+    qToLittleEndian(value, file.data() + offset);
+}
+void put32(QByteArray& file, int offset, quint32 value) {
+    qToLittleEndian(value, file.data() + offset);
+}
 
 } // namespace
 

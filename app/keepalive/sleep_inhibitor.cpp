@@ -7,7 +7,8 @@
 
 namespace brisko {
 
-void SleepInhibitor::acquire(const QString& what, const QString& who, const QString& why, const QString& mode) {
+void SleepInhibitor::acquire(const QString& what, const QString& who, const QString& why,
+                             const QString& mode) {
     if (isHeld() || pending_) return;
     QDBusConnection bus = QDBusConnection::systemBus();
     if (!bus.isConnected()) return;
@@ -18,11 +19,12 @@ void SleepInhibitor::acquire(const QString& what, const QString& who, const QStr
     pending_ = true;
     const quint64 request = ++request_;
     auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(call), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, request](QDBusPendingCallWatcher* call) {
-        QDBusPendingReply<QDBusUnixFileDescriptor> reply = *call;
-        call->deleteLater();
-        answerArrived(request, reply.isValid() ? reply.value() : QDBusUnixFileDescriptor());
-    });
+    connect(watcher, &QDBusPendingCallWatcher::finished, this,
+            [this, request](QDBusPendingCallWatcher* call) {
+                QDBusPendingReply<QDBusUnixFileDescriptor> reply = *call;
+                call->deleteLater();
+                answerArrived(request, reply.isValid() ? reply.value() : QDBusUnixFileDescriptor());
+            });
 }
 
 void SleepInhibitor::answerArrived(quint64 request, const QDBusUnixFileDescriptor& lock) {

@@ -11,7 +11,7 @@ namespace brisko {
 class SleepInhibitor : public QObject {
     Q_OBJECT
 
-public:
+  public:
     // Asks for the lock without waiting for the answer; does nothing while one is held or
     // asked for. Without a system bus or logind, the request fails quietly.
     void acquire(const QString& what, const QString& who, const QString& why, const QString& mode);
@@ -21,10 +21,10 @@ public:
     bool isHeld() const { return lock_.isValid(); }
     bool isPending() const { return pending_; }
 
-signals:
+  signals:
     void stateChanged(); // the lock arrived, failed or was released
 
-private:
+  private:
     void answerArrived(quint64 request, const QDBusUnixFileDescriptor& lock);
 
     QDBusUnixFileDescriptor lock_;

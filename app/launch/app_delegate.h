@@ -7,12 +7,12 @@
 namespace brisko {
 
 class AppDelegate {
-public:
+  public:
     // Builds the window and the root screen, then starts the services. Always true.
     bool didFinishLaunching(bool startServices = true);
     ui::Window* window() const { return m_window.get(); }
 
-private:
+  private:
     std::unique_ptr<ui::Window> m_window;
 };
 

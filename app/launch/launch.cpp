@@ -17,7 +17,9 @@ namespace {
 
 bool s_background = false;
 
-int spawnWithKit(const QString& path, const QStringList& arguments) { return BKKit::spawnAsRoot(path, arguments); }
+int spawnWithKit(const QString& path, const QStringList& arguments) {
+    return BKKit::spawnAsRoot(path, arguments);
+}
 BKDaemonSpawner s_spawner = spawnWithKit;
 
 void startDaemonIfNeeded() {
@@ -34,9 +36,15 @@ void startDaemonIfNeeded() {
 
 } // namespace
 
-bool BKApplicationIsInBackground() { return s_background; }
-void BKSetApplicationInBackground(bool background) { s_background = background; }
-void BKSetDaemonSpawnerForTesting(BKDaemonSpawner spawner) { s_spawner = spawner ? spawner : spawnWithKit; }
+bool BKApplicationIsInBackground() {
+    return s_background;
+}
+void BKSetApplicationInBackground(bool background) {
+    s_background = background;
+}
+void BKSetDaemonSpawnerForTesting(BKDaemonSpawner spawner) {
+    s_spawner = spawner ? spawner : spawnWithKit;
+}
 
 BKNavController* BKCreateRootViewController() {
     BKPrepareBundledAssetsIfNeeded();

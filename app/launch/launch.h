@@ -12,7 +12,7 @@ namespace brisko {
 // The root navigation controller: the top screen decides the status bar's look.
 class BKNavController : public ui::NavigationController {
     Q_OBJECT
-public:
+  public:
     using ui::NavigationController::NavigationController;
     ui::ViewController* childViewControllerForStatusBarStyle() const override { return topViewController(); }
 };

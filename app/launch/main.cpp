@@ -22,8 +22,8 @@ Options parseOptions(const QGuiApplication& app) {
     QCommandLineParser parser;
     parser.addHelpOption();
     const QCommandLineOption background(QStringLiteral("background"), QStringLiteral("Launched at boot."));
-    const QCommandLineOption screenshot(QStringLiteral("screenshot"), QStringLiteral("Render every screen into DIR."),
-                                        QStringLiteral("DIR"));
+    const QCommandLineOption screenshot(
+        QStringLiteral("screenshot"), QStringLiteral("Render every screen into DIR."), QStringLiteral("DIR"));
     parser.addOptions({background, screenshot});
     parser.process(app);
     return Options{parser.isSet(background), parser.value(screenshot)};

@@ -1,7 +1,7 @@
+#include "platform/ui/scenes.h"
 #include "app/feedback/feedback_scenes.h"
 #include "app/launch/screenshot_tour.h"
 #include "main_screen/main_screen_scenes.h"
-#include "platform/ui/scenes.h"
 
 namespace brisko {
 

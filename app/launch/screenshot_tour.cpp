@@ -30,7 +30,8 @@ void renderScene(ui::Window* window, const QString& folder, int index) {
     std::function<void()> cleanUp = scene.setUp ? scene.setUp(topHost()) : nullptr;
     QTimer::singleShot(scene.settleMs, qApp, [=] {
         const QString path = QDir(folder).filePath(scene.name + QStringLiteral(".png"));
-        if (!window->grab().save(path)) std::fprintf(stderr, "screenshot: cannot write %s\n", qPrintable(path));
+        if (!window->grab().save(path))
+            std::fprintf(stderr, "screenshot: cannot write %s\n", qPrintable(path));
         if (cleanUp) cleanUp();
         QTimer::singleShot(50, qApp, [=] { renderScene(window, folder, index + 1); });
     });

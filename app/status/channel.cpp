@@ -1,9 +1,9 @@
 #include "channel.h"
 
+#include "app/keepalive/keepalive.h"
 #include "app/status/app_references.h"
 #include "app/status/notification_names.h"
 #include "app/status/runtime_status.h"
-#include "app/keepalive/keepalive.h"
 #include "app/web/web_panel.h"
 #include "platform/dispatch/dispatch.h"
 #include "platform/notify/notify.h"
@@ -41,7 +41,9 @@ void BKPostDarwinNotification(const QString& name) {
     notify::post(name);
 }
 
-void BKRequestFloatballState() { BKPostDarwinNotification(QString::fromLatin1(names::kPing)); }
+void BKRequestFloatballState() {
+    BKPostDarwinNotification(QString::fromLatin1(names::kPing));
+}
 
 bool BKWaitForFloatballAlive(double timeout) {
     auto wait = std::make_shared<AliveWait>();
@@ -61,9 +63,13 @@ bool BKWaitForFloatballAlive(double timeout) {
     return wait->alive;
 }
 
-void BKOnWebViewShow() { SetWebViewURL(kWebPanelURL); }
+void BKOnWebViewShow() {
+    SetWebViewURL(kWebPanelURL);
+}
 
-void BKOnWebViewClose() { CloseWebView(); }
+void BKOnWebViewClose() {
+    CloseWebView();
+}
 
 void BKOnDebugConnected() {
     applyStatusOnMain([] {
@@ -79,9 +85,15 @@ void BKOnDebugDisconnected() {
     });
 }
 
-void BKOnFloatballAlive() { applyStatusOnMain({}); }
-void BKOnFloatballScriptRunning() { applyStatusOnMain({}); }
-void BKOnFloatballScriptStopped() { applyStatusOnMain({}); }
+void BKOnFloatballAlive() {
+    applyStatusOnMain({});
+}
+void BKOnFloatballScriptRunning() {
+    applyStatusOnMain({});
+}
+void BKOnFloatballScriptStopped() {
+    applyStatusOnMain({});
+}
 
 void BKOnFloatballDebugEnabled() {
     applyStatusOnMain([] {
@@ -112,7 +124,8 @@ void BKAddDaemonObservers() {
         {names::kDebugEnabled, BKOnFloatballDebugEnabled},
         {names::kDebugDisabled, BKOnFloatballDebugDisabled},
     };
-    for (const auto& [name, callback] : observers) notify::addObserver(QString::fromLatin1(name), callback);
+    for (const auto& [name, callback] : observers)
+        notify::addObserver(QString::fromLatin1(name), callback);
 }
 
 } // namespace brisko

@@ -11,9 +11,17 @@ QString joined(const QString& folder, const QString& name) {
 }
 } // namespace
 
-QString BKDocumentsDirectory() { return bundle::documentsDirectory(); }
-QString BKDaemonExecutablePath() { return joined(bundle::bundlePath(), QStringLiteral("floatball")); }
-QString BKBootAutostartMarkerPath() { return joined(BKDocumentsDirectory(), QStringLiteral("boot_autostart")); }
-QString BKScriptLogPath() { return joined(BKDocumentsDirectory(), QStringLiteral("script.log")); }
+QString BKDocumentsDirectory() {
+    return bundle::documentsDirectory();
+}
+QString BKDaemonExecutablePath() {
+    return joined(bundle::bundlePath(), QStringLiteral("floatball"));
+}
+QString BKBootAutostartMarkerPath() {
+    return joined(BKDocumentsDirectory(), QStringLiteral("boot_autostart"));
+}
+QString BKScriptLogPath() {
+    return joined(BKDocumentsDirectory(), QStringLiteral("script.log"));
+}
 
 } // namespace brisko

@@ -56,7 +56,8 @@ QList<double> timeToFirstFrame(const QString& application, const QString& bundle
     const QProcessEnvironment env = launchEnvironment(dataHome.path());
     if (launchUntilFirstFrame(program, env) < 0) return {}; // deploys
     QList<double> times;
-    for (int i = 0; i < runs; ++i) times.append(launchUntilFirstFrame(program, env));
+    for (int i = 0; i < runs; ++i)
+        times.append(launchUntilFirstFrame(program, env));
     return times;
 }
 

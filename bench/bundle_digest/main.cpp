@@ -12,9 +12,9 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QFileInfo>
-#include <QThread>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QThread>
 
 #include <algorithm>
 #include <cstdio>
@@ -38,8 +38,8 @@ Options parseOptions(const QCoreApplication& app) {
                        {"rounds", "Timed rounds per tool.", "N", "5"},
                        {"app", "Application to time to first frame.", "PATH", BRISKO_BUNDLE_DIR "/brisko"}});
     parser.process(app);
-    return {parser.value("files").toInt(), parser.value("megabytes").toLongLong(), parser.value("rounds").toInt(),
-            parser.value("app")};
+    return {parser.value("files").toInt(), parser.value("megabytes").toLongLong(),
+            parser.value("rounds").toInt(), parser.value("app")};
 }
 
 double median(QList<double> values) {
@@ -69,7 +69,8 @@ constexpr Peer kPeers[] = {{"cat | md5sum", "cat -- \"$@\" | md5sum"},
 
 double timePeer(const Peer& peer, const QList<QByteArray>& files) {
     QStringList arguments{"-c", QString::fromLatin1(peer.script) + " >/dev/null", "sh"};
-    for (const QByteArray& file : files) arguments.append(QFile::decodeName(file));
+    for (const QByteArray& file : files)
+        arguments.append(QFile::decodeName(file));
     QElapsedTimer clock;
     clock.start();
     QProcess process;
@@ -86,11 +87,13 @@ struct Throughputs {
 Throughputs measure(const QString& root, const SampleBundle& sample, int rounds, QString& digest) {
     const double mb = sample.bytes / 1e6;
     timeOurDigest(root, digest); // warm the page cache and the binaries
-    for (const Peer& peer : kPeers) timePeer(peer, sample.files);
+    for (const Peer& peer : kPeers)
+        timePeer(peer, sample.files);
     Throughputs t;
     for (int i = 0; i < rounds; ++i) {
         t.ours.append(mb / timeOurDigest(root, digest));
-        for (std::size_t p = 0; p < std::size(kPeers); ++p) t.peers[p].append(mb / timePeer(kPeers[p], sample.files));
+        for (std::size_t p = 0; p < std::size(kPeers); ++p)
+            t.peers[p].append(mb / timePeer(kPeers[p], sample.files));
     }
     return t;
 }
@@ -107,14 +110,15 @@ void reportThroughput(const SampleBundle& sample, const Throughputs& t, const QS
     std::printf("load average: %s (on %d cores)\n", loadAverage().constData(), QThread::idealThreadCount());
     std::printf("bundle: %lld files, %.1f MB of file content, digest %s\n", qlonglong(sample.files.size()),
                 sample.bytes / 1e6, qPrintable(digest));
-    std::printf("median of %lld warm rounds, interleaved (MB/s, ratio = digest / peer):\n", qlonglong(t.ours.size()));
+    std::printf("median of %lld warm rounds, interleaved (MB/s, ratio = digest / peer):\n",
+                qlonglong(t.ours.size()));
     std::printf("  %-20s %8.1f\n", "bundle digest", ours);
     for (std::size_t p = 0; p < std::size(kPeers); ++p) {
         const double peer = median(t.peers[p]);
         std::printf("  %-20s %8.1f   ratio %.3f\n", kPeers[p].label, peer, ours / peer);
     }
-    std::printf("target digest >= 0.95 x cat | md5sum: %s (%.3f)\n", ours >= 0.95 * md5sum ? "met" : "NOT met",
-                ours / md5sum);
+    std::printf("target digest >= 0.95 x cat | md5sum: %s (%.3f)\n",
+                ours >= 0.95 * md5sum ? "met" : "NOT met", ours / md5sum);
 }
 
 void printLaunches(const char* label, const QList<double>& times) {

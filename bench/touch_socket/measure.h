@@ -17,12 +17,12 @@ double percentile(std::vector<double> samples, double p);
 
 // Sends 9-byte finger-down messages to one local datagram path.
 class TouchSender {
-public:
+  public:
     explicit TouchSender(const std::string& path);
     ~TouchSender();
     bool sendDown(float x, float y);
 
-private:
+  private:
     int fd_;
     sockaddr_un address_{};
 };

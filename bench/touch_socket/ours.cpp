@@ -20,7 +20,8 @@ namespace {
 
 void waitForSocket(const std::string& path) {
     struct stat st;
-    while (::stat(path.c_str(), &st) != 0 || !S_ISSOCK(st.st_mode)) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    while (::stat(path.c_str(), &st) != 0 || !S_ISSOCK(st.st_mode))
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
 // Runs the main loop while sender works on its own thread.
@@ -60,7 +61,8 @@ std::vector<double> oursLatency(const std::string& path, int count) {
         for (int i = 0; i < count; ++i) {
             const Clock::time_point sent = Clock::now();
             if (!sender.sendDown(float(i % 780), 400)) continue;
-            if (delivered.try_acquire_for(std::chrono::seconds(1))) samples.push_back(millisecondsBetween(sent, arrived));
+            if (delivered.try_acquire_for(std::chrono::seconds(1)))
+                samples.push_back(millisecondsBetween(sent, arrived));
         }
     });
     stopKitSocket();
@@ -77,7 +79,8 @@ Throughput oursThroughput(const std::string& path, int count) {
     runMainLoopWith([&] {
         TouchSender sender(path);
         first = Clock::now();
-        for (int i = 0; i < count; ++i) result.sent += sender.sendDown(float(i % 780), 400);
+        for (int i = 0; i < count; ++i)
+            result.sent += sender.sendDown(float(i % 780), 400);
         // Let the main queue drain; whatever has not arrived by then is lost.
         std::this_thread::sleep_for(std::chrono::milliseconds(500));
     });

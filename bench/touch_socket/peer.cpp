@@ -27,8 +27,7 @@ int bindBare(const std::string& path) {
 }
 
 // Receives until `count` datagrams arrived or a second passes without one; onDatagram per arrival.
-template <typename F>
-void receiveLoop(int fd, int count, F onDatagram) {
+template <typename F> void receiveLoop(int fd, int count, F onDatagram) {
     char buffer[9];
     for (int got = 0; got < count;) {
         if (::recvfrom(fd, buffer, sizeof buffer, 0, nullptr, nullptr) != ssize_t(sizeof buffer)) return;
@@ -54,7 +53,8 @@ std::vector<double> peerLatency(const std::string& path, int count) {
     for (int i = 0; i < count; ++i) {
         const Clock::time_point sent = Clock::now();
         if (!sender.sendDown(float(i % 780), 400)) continue;
-        if (delivered.try_acquire_for(std::chrono::seconds(1))) samples.push_back(millisecondsBetween(sent, arrived));
+        if (delivered.try_acquire_for(std::chrono::seconds(1)))
+            samples.push_back(millisecondsBetween(sent, arrived));
     }
     receiver.join();
     ::close(fd);
@@ -74,7 +74,8 @@ Throughput peerThroughput(const std::string& path, int count) {
     });
     TouchSender sender(path);
     const Clock::time_point first = Clock::now();
-    for (int i = 0; i < count; ++i) result.sent += sender.sendDown(float(i % 780), 400);
+    for (int i = 0; i < count; ++i)
+        result.sent += sender.sendDown(float(i % 780), 400);
     receiver.join();
     result.seconds = millisecondsBetween(first, last) / 1000;
     ::close(fd);

@@ -5,30 +5,27 @@
 namespace brisko::zip {
 namespace {
 
-uint16_t le16(const uint8_t* p) { return static_cast<uint16_t>(p[0] | p[1] << 8); }
-uint32_t le32(const uint8_t* p)
-{
+uint16_t le16(const uint8_t* p) {
+    return static_cast<uint16_t>(p[0] | p[1] << 8);
+}
+uint32_t le32(const uint8_t* p) {
     return static_cast<uint32_t>(p[0]) | static_cast<uint32_t>(p[1]) << 8 |
            static_cast<uint32_t>(p[2]) << 16 | static_cast<uint32_t>(p[3]) << 24;
 }
 
-bool hasSignature(const uint8_t* p, uint8_t third, uint8_t fourth)
-{
+bool hasSignature(const uint8_t* p, uint8_t third, uint8_t fourth) {
     return p[0] == 0x50 && p[1] == 0x4B && p[2] == third && p[3] == fourth;
 }
 
-}  // namespace
+} // namespace
 
-std::optional<EndRecord> findEndRecord(const uint8_t* data, uint64_t size)
-{
-    if (size < kEndRecordSize)
-        return std::nullopt;
+std::optional<EndRecord> findEndRecord(const uint8_t* data, uint64_t size) {
+    if (size < kEndRecordSize) return std::nullopt;
     // Candidates start at 0 .. size - 22; scan down for 'P' with the vectorised memrchr.
-    uint64_t limit = size - kEndRecordSize + 1;  // bytes [0, limit) may start a signature
+    uint64_t limit = size - kEndRecordSize + 1; // bytes [0, limit) may start a signature
     while (limit > 0) {
         const void* hit = ::memrchr(data, 0x50, limit);
-        if (!hit)
-            break;
+        if (!hit) break;
         const uint64_t pos = static_cast<const uint8_t*>(hit) - data;
         if (hasSignature(data + pos, 0x05, 0x06)) {
             EndRecord end;
@@ -43,12 +40,9 @@ std::optional<EndRecord> findEndRecord(const uint8_t* data, uint64_t size)
 }
 
 CentralDirectoryWalk::CentralDirectoryWalk(const uint8_t* data, uint64_t size, const EndRecord& end)
-    : data_(data), size_(size), position_(end.centralDirectoryOffset), remaining_(end.entryCount)
-{
-}
+    : data_(data), size_(size), position_(end.centralDirectoryOffset), remaining_(end.entryCount) {}
 
-bool CentralDirectoryWalk::next(CentralEntry& entry)
-{
+bool CentralDirectoryWalk::next(CentralEntry& entry) {
     if (ended_ || remaining_ == 0 || position_ > size_ || size_ - position_ < kCentralHeaderSize) {
         ended_ = true;
         return false;
@@ -76,15 +70,12 @@ bool CentralDirectoryWalk::next(CentralEntry& entry)
     return true;
 }
 
-std::optional<uint64_t> locateEntryData(const uint8_t* data, uint64_t size, const CentralEntry& entry)
-{
+std::optional<uint64_t> locateEntryData(const uint8_t* data, uint64_t size, const CentralEntry& entry) {
     const uint64_t header = entry.localHeaderOffset;
-    if (header + kLocalHeaderSize > size || !hasSignature(data + header, 0x03, 0x04))
-        return std::nullopt;
+    if (header + kLocalHeaderSize > size || !hasSignature(data + header, 0x03, 0x04)) return std::nullopt;
     const uint64_t start = header + kLocalHeaderSize + le16(data + header + 26) + le16(data + header + 28);
-    if (start + entry.compressedSize > size)
-        return std::nullopt;
+    if (start + entry.compressedSize > size) return std::nullopt;
     return start;
 }
 
-}  // namespace brisko::zip
+} // namespace brisko::zip

@@ -14,8 +14,8 @@ inline constexpr uint64_t kLocalHeaderSize = 30;
 
 struct EndRecord {
     uint64_t position = 0;
-    uint16_t entryCount = 0;               // records on this disk: the walk's entry count
-    uint32_t centralDirectoryOffset = 0;   // where the walk starts
+    uint16_t entryCount = 0;             // records on this disk: the walk's entry count
+    uint32_t centralDirectoryOffset = 0; // where the walk starts
 };
 
 // The end record nearest the end of the archive: the first position, scanning down from
@@ -27,18 +27,18 @@ struct CentralEntry {
     uint32_t compressedSize = 0;
     uint32_t uncompressedSize = 0;
     uint32_t localHeaderOffset = 0;
-    std::string_view name;  // raw bytes, inside the archive
+    std::string_view name; // raw bytes, inside the archive
 };
 
 // Walks the central directory record by record. next() ends the walk (returns false) after the
 // end record's entry count, when fewer than 46 bytes remain, at a wrong signature or when a
 // name runs past the end of the archive.
 class CentralDirectoryWalk {
-public:
+  public:
     CentralDirectoryWalk(const uint8_t* data, uint64_t size, const EndRecord& end);
     bool next(CentralEntry& entry);
 
-private:
+  private:
     const uint8_t* data_;
     uint64_t size_;
     uint64_t position_;
@@ -51,4 +51,4 @@ private:
 // lengths) must end inside the archive. Nothing otherwise.
 std::optional<uint64_t> locateEntryData(const uint8_t* data, uint64_t size, const CentralEntry& entry);
 
-}  // namespace brisko::zip
+} // namespace brisko::zip

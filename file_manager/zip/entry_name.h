@@ -33,4 +33,4 @@ struct OutputName {
 
 OutputName splitOutputName(std::string_view decoded);
 
-}  // namespace brisko::zip
+} // namespace brisko::zip

@@ -7,12 +7,12 @@
 namespace brisko::zip {
 
 struct FreeSpaceFloor {
-    uint64_t minFreeBytes = uint64_t{1} << 30;  // 1 GiB
-    unsigned minFreePercent = 5;                // of the file system's size
+    uint64_t minFreeBytes = uint64_t{1} << 30; // 1 GiB
+    unsigned minFreePercent = 5;               // of the file system's size
 };
 
 class FreeSpaceGuard {
-public:
+  public:
     explicit FreeSpaceGuard(FreeSpaceFloor floor) : floor_(floor) {}
 
     // Measures the file system that holds `fd` (a new output file).
@@ -20,7 +20,7 @@ public:
     // True when `length` more bytes may be written to the attached file.
     bool reserve(uint64_t length);
 
-private:
+  private:
     bool measure();
 
     FreeSpaceFloor floor_;
@@ -29,4 +29,4 @@ private:
     uint64_t grantedSinceMeasure_ = 0;
 };
 
-}  // namespace brisko::zip
+} // namespace brisko::zip

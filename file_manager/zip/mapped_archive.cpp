@@ -7,26 +7,20 @@
 
 namespace brisko::zip {
 
-MappedArchive::~MappedArchive()
-{
-    if (mapping_)
-        ::munmap(mapping_, size_);
+MappedArchive::~MappedArchive() {
+    if (mapping_) ::munmap(mapping_, size_);
 }
 
-void MappedArchive::release(const uint8_t* begin, const uint8_t* end) const
-{
+void MappedArchive::release(const uint8_t* begin, const uint8_t* end) const {
     static const uintptr_t page = static_cast<uintptr_t>(::sysconf(_SC_PAGESIZE));
     const uintptr_t first = (reinterpret_cast<uintptr_t>(begin) + page - 1) & ~(page - 1);
     const uintptr_t last = reinterpret_cast<uintptr_t>(end) & ~(page - 1);
-    if (mapping_ && last > first)
-        ::madvise(reinterpret_cast<void*>(first), last - first, MADV_DONTNEED);
+    if (mapping_ && last > first) ::madvise(reinterpret_cast<void*>(first), last - first, MADV_DONTNEED);
 }
 
-bool MappedArchive::open(const std::string& path)
-{
+bool MappedArchive::open(const std::string& path) {
     const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0)
-        return false;
+    if (fd < 0) return false;
     struct stat st {};
     if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
         ::close(fd);
@@ -50,4 +44,4 @@ bool MappedArchive::open(const std::string& path)
     return true;
 }
 
-}  // namespace brisko::zip
+} // namespace brisko::zip

@@ -8,7 +8,7 @@
 namespace brisko::zip {
 
 class MappedArchive {
-public:
+  public:
     MappedArchive() = default;
     ~MappedArchive();
     MappedArchive(const MappedArchive&) = delete;
@@ -26,10 +26,10 @@ public:
     void release(const uint8_t* begin, const uint8_t* end) const;
     uint64_t size() const { return size_; }
 
-private:
+  private:
     const uint8_t* data_ = nullptr;
     uint64_t size_ = 0;
     void* mapping_ = nullptr;
 };
 
-}  // namespace brisko::zip
+} // namespace brisko::zip

@@ -14,7 +14,7 @@
 namespace brisko::zip {
 
 class OutputTree {
-public:
+  public:
     explicit OutputTree(std::string destination);
     ~OutputTree();
     OutputTree(const OutputTree&) = delete;
@@ -26,7 +26,7 @@ public:
     // creation fails). The descriptor stays owned by the tree.
     int openFolder(const std::vector<std::string_view>& folders);
 
-private:
+  private:
     bool openRoot();
     int enter(int parent, std::string_view name);
     bool isInsideDestination(int folderFd) const;
@@ -45,7 +45,7 @@ private:
 // entry never costs the user an existing file. A symbolic link under the name is replaced,
 // never followed.
 class OutputFile {
-public:
+  public:
     explicit OutputFile(FreeSpaceGuard& guard) : guard_(guard) {}
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;
@@ -57,12 +57,12 @@ public:
     bool commit();
     void discard();
 
-private:
+  private:
     FreeSpaceGuard& guard_;
     int folderFd_ = -1;
     int fd_ = -1;
     std::string name_;
-    std::string temporaryName_;  // empty when writing in place
+    std::string temporaryName_; // empty when writing in place
 };
 
-}  // namespace brisko::zip
+} // namespace brisko::zip

@@ -20,19 +20,16 @@ namespace {
 // meets one of them is skipped: real archives never share bytes between entries, overlapping
 // zip bombs do.
 class TakenRanges {
-public:
-    bool take(uint64_t begin, uint64_t end)
-    {
+  public:
+    bool take(uint64_t begin, uint64_t end) {
         auto next = ranges_.lower_bound(begin);
-        if (next != ranges_.end() && next->first < end)
-            return false;
-        if (next != ranges_.begin() && std::prev(next)->second > begin)
-            return false;
+        if (next != ranges_.end() && next->first < end) return false;
+        if (next != ranges_.begin() && std::prev(next)->second > begin) return false;
         ranges_.emplace_hint(next, begin, end);
         return true;
     }
 
-private:
+  private:
     std::map<uint64_t, uint64_t> ranges_;
 };
 
@@ -41,27 +38,22 @@ constexpr uint64_t kReleaseStep = uint64_t{8} << 20;
 
 // Stops a streamed entry that writes more than it declared or than the disk can spare.
 class FileSink final : public InflateSink {
-public:
+  public:
     FileSink(OutputFile& file, uint64_t declared, const MappedArchive& archive, const uint8_t* input)
-        : file_(file), remaining_(declared), archive_(archive), released_(input)
-    {
-    }
-    bool consume(const uint8_t* bytes, size_t length) override
-    {
-        if (length > remaining_)
-            return false;
+        : file_(file), remaining_(declared), archive_(archive), released_(input) {}
+    bool consume(const uint8_t* bytes, size_t length) override {
+        if (length > remaining_) return false;
         remaining_ -= length;
         return file_.write(bytes, length);
     }
-    void inputReadUpTo(const uint8_t* position) override
-    {
+    void inputReadUpTo(const uint8_t* position) override {
         if (static_cast<uint64_t>(position - released_) >= kReleaseStep) {
             archive_.release(released_, position);
             released_ = position;
         }
     }
 
-private:
+  private:
     OutputFile& file_;
     uint64_t remaining_;
     const MappedArchive& archive_;
@@ -69,18 +61,14 @@ private:
 };
 
 class Extractor {
-public:
+  public:
     Extractor(const MappedArchive& archive, std::string destination, const UnzipLimits& limits)
-        : archive_(archive),
-          destinationLength_(destination.size()),
-          tree_(std::move(destination)),
-          guard_(FreeSpaceFloor{limits.minFreeBytes, limits.minFreePercent})
-    {
-    }
+        : archive_(archive), destinationLength_(destination.size()), tree_(std::move(destination)),
+          guard_(FreeSpaceFloor{limits.minFreeBytes, limits.minFreePercent}) {}
 
     void extract(const CentralEntry& entry);
 
-private:
+  private:
     void writeStored(int folder, std::string_view name, const uint8_t* data, uint32_t length);
     void writeDeflated(int folder, std::string_view name, const uint8_t* data, const CentralEntry& entry);
     uint8_t* buffer();
@@ -98,8 +86,7 @@ private:
 
 static_assert(kOnePieceLimit <= kStreamBufferSize, "one-piece output must fit the shared buffer");
 
-uint8_t* Extractor::buffer()
-{
+uint8_t* Extractor::buffer() {
     if (!buffer_ && !bufferFailed_) {
         buffer_.reset(new (std::nothrow) uint8_t[kStreamBufferSize + 1]);
         bufferFailed_ = !buffer_;
@@ -107,27 +94,21 @@ uint8_t* Extractor::buffer()
     return buffer_.get();
 }
 
-void Extractor::extract(const CentralEntry& entry)
-{
+void Extractor::extract(const CentralEntry& entry) {
     const std::string name = decodeEntryName(entry.name);
-    if (classifyEntryName(name) != NameRule::Extract)
-        return;
+    if (classifyEntryName(name) != NameRule::Extract) return;
     const std::optional<uint64_t> dataStart = locateEntryData(archive_.data(), archive_.size(), entry);
-    if (!dataStart)
-        return;
-    if (!taken_.take(entry.localHeaderOffset, *dataStart + entry.compressedSize))
-        return;
+    if (!dataStart) return;
+    if (!taken_.take(entry.localHeaderOffset, *dataStart + entry.compressedSize)) return;
     const OutputName output = splitOutputName(name);
     if (output.file.empty())
-        return;  // the name is only separators: the output would be the destination itself
+        return; // the name is only separators: the output would be the destination itself
     size_t pathLength = destinationLength_ + 1 + output.file.size();
     for (const std::string_view folder : output.folders)
         pathLength += folder.size() + 1;
-    if (pathLength >= PATH_MAX)
-        return;  // no path-based tool could reach the file
+    if (pathLength >= PATH_MAX) return; // no path-based tool could reach the file
     const int folder = tree_.openFolder(output.folders);
-    if (folder < 0 || output.file == ".")
-        return;
+    if (folder < 0 || output.file == ".") return;
     const uint8_t* data = archive_.data() + *dataStart;
     if (entry.method == 0)
         writeStored(folder, output.file, data, entry.compressedSize);
@@ -135,63 +116,53 @@ void Extractor::extract(const CentralEntry& entry)
         writeDeflated(folder, output.file, data, entry);
 }
 
-void Extractor::writeStored(int folder, std::string_view name, const uint8_t* data, uint32_t length)
-{
+void Extractor::writeStored(int folder, std::string_view name, const uint8_t* data, uint32_t length) {
     OutputFile file(guard_);
-    if (!file.create(folder, name))
-        return;
+    if (!file.create(folder, name)) return;
     for (uint64_t done = 0; done < length;) {
         const uint64_t step = std::min<uint64_t>(length - done, kReleaseStep);
-        if (!file.write(data + done, step))
-            return;  // the file is discarded
+        if (!file.write(data + done, step)) return; // the file is discarded
         archive_.release(data + done, data + done + step);
         done += step;
     }
     file.commit();
 }
 
-void Extractor::writeDeflated(int folder, std::string_view name, const uint8_t* data, const CentralEntry& entry)
-{
+void Extractor::writeDeflated(int folder, std::string_view name, const uint8_t* data,
+                              const CentralEntry& entry) {
     uint8_t* work = buffer();
-    if (!work)
-        return;
+    if (!work) return;
     if (entry.uncompressedSize <= kOnePieceLimit) {
         const std::optional<size_t> produced =
             inflater_.inflateOnePiece(data, entry.compressedSize, work, entry.uncompressedSize);
-        if (!produced)
-            return;
+        if (!produced) return;
         OutputFile file(guard_);
-        if (file.create(folder, name) && file.write(work, *produced))
-            file.commit();
+        if (file.create(folder, name) && file.write(work, *produced)) file.commit();
         return;
     }
     OutputFile file(guard_);
-    if (!file.create(folder, name))
-        return;
+    if (!file.create(folder, name)) return;
     FileSink sink(file, entry.uncompressedSize, archive_, data);
-    const StreamOutcome outcome = inflater_.inflateStream(data, entry.compressedSize, work, kStreamBufferSize, sink);
-    if (outcome == StreamOutcome::Complete || outcome == StreamOutcome::Truncated)
-        file.commit();
+    const StreamOutcome outcome =
+        inflater_.inflateStream(data, entry.compressedSize, work, kStreamBufferSize, sink);
+    if (outcome == StreamOutcome::Complete || outcome == StreamOutcome::Truncated) file.commit();
     archive_.release(data, data + entry.compressedSize);
 }
 
-}  // namespace
-}  // namespace zip
+} // namespace
+} // namespace zip
 
-bool BKUnzipFile(const std::string& archivePath, const std::string& destinationFolder)
-{
+bool BKUnzipFile(const std::string& archivePath, const std::string& destinationFolder) {
     return BKUnzipFile(archivePath, destinationFolder, UnzipLimits{});
 }
 
-bool BKUnzipFile(const std::string& archivePath, const std::string& destinationFolder, const UnzipLimits& limits)
-{
+bool BKUnzipFile(const std::string& archivePath, const std::string& destinationFolder,
+                 const UnzipLimits& limits) {
     using namespace zip;
     MappedArchive archive;
-    if (!archive.open(archivePath) || archive.size() < kEndRecordSize)
-        return false;
+    if (!archive.open(archivePath) || archive.size() < kEndRecordSize) return false;
     const std::optional<EndRecord> end = findEndRecord(archive.data(), archive.size());
-    if (!end)
-        return false;
+    if (!end) return false;
     Extractor extractor(archive, destinationFolder, limits);
     CentralDirectoryWalk walk(archive.data(), archive.size(), *end);
     CentralEntry entry;
@@ -200,4 +171,4 @@ bool BKUnzipFile(const std::string& archivePath, const std::string& destinationF
     return true;
 }
 
-}  // namespace brisko
+} // namespace brisko

@@ -19,6 +19,7 @@ struct UnzipLimits {
     unsigned minFreePercent = 5;
 };
 
-bool BKUnzipFile(const std::string& archivePath, const std::string& destinationFolder, const UnzipLimits& limits);
+bool BKUnzipFile(const std::string& archivePath, const std::string& destinationFolder,
+                 const UnzipLimits& limits);
 
-}  // namespace brisko
+} // namespace brisko

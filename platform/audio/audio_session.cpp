@@ -19,10 +19,13 @@ void AudioSession::postInterruption(InterruptionType type) {
     emit interruption(type);
 }
 
-void AudioSession::postMediaServicesReset() { emit mediaServicesWereReset(); }
+void AudioSession::postMediaServicesReset() {
+    emit mediaServicesWereReset();
+}
 
 void AudioSession::outputsChanged() {
-    if (interrupted_ && !QMediaDevices::defaultAudioOutput().isNull()) postInterruption(InterruptionType::Ended);
+    if (interrupted_ && !QMediaDevices::defaultAudioOutput().isNull())
+        postInterruption(InterruptionType::Ended);
     postMediaServicesReset();
 }
 

@@ -13,7 +13,7 @@ enum class InterruptionType { Ended = 0, Began = 1 };
 class AudioSession : public QObject {
     Q_OBJECT
 
-public:
+  public:
     static AudioSession& shared(); // needs the application object
 
     // Began: an output under a playing player failed. Ended: after that, an output is available again.
@@ -21,11 +21,11 @@ public:
     // The set of audio outputs changed; players opened on the old set should be rebuilt.
     void postMediaServicesReset();
 
-signals:
+  signals:
     void interruption(brisko::audio::InterruptionType type);
     void mediaServicesWereReset();
 
-private:
+  private:
     AudioSession();
     void outputsChanged();
 

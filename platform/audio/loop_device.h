@@ -9,18 +9,18 @@ namespace brisko::audio {
 class LoopDevice : public QIODevice {
     Q_OBJECT
 
-public:
+  public:
     // loops: how many times to repeat after the first pass; negative repeats without end.
     LoopDevice(QByteArray samples, int loops, QObject* parent = nullptr);
 
     bool isSequential() const override { return true; }
     qint64 bytesAvailable() const override;
 
-protected:
+  protected:
     qint64 readData(char* data, qint64 maxSize) override;
     qint64 writeData(const char*, qint64) override { return -1; }
 
-private:
+  private:
     bool exhausted() const;
 
     QByteArray samples_;

@@ -17,7 +17,7 @@ class LoopDevice;
 class LoopingPlayer : public QObject {
     Q_OBJECT
 
-public:
+  public:
     // Null when the data is not a playable WAV file.
     static std::unique_ptr<LoopingPlayer> create(const QByteArray& wavFile);
     ~LoopingPlayer() override;
@@ -36,7 +36,7 @@ public:
     bool isPlaying() const { return playing_; }
     bool isOutputActive() const;
 
-private:
+  private:
     explicit LoopingPlayer(PcmSound sound);
     void startOutput();
     void sinkStateChanged(QAudio::State state);

@@ -19,10 +19,14 @@ quint32 u32At(const QByteArray& data, qsizetype offset) {
 
 QAudioFormat::SampleFormat sampleFormatFor(quint16 bitsPerSample) {
     switch (bitsPerSample) {
-    case 8: return QAudioFormat::UInt8;
-    case 16: return QAudioFormat::Int16;
-    case 32: return QAudioFormat::Int32;
-    default: return QAudioFormat::Unknown;
+    case 8:
+        return QAudioFormat::UInt8;
+    case 16:
+        return QAudioFormat::Int16;
+    case 32:
+        return QAudioFormat::Int32;
+    default:
+        return QAudioFormat::Unknown;
     }
 }
 
@@ -32,7 +36,8 @@ std::optional<QAudioFormat> readFormatChunk(const QByteArray& file, qsizetype bo
     const quint16 channels = u16At(file, body + 2);
     const quint32 rate = u32At(file, body + 4);
     const auto sampleFormat = sampleFormatFor(u16At(file, body + 14));
-    if (encoding != kLinearPcm || channels == 0 || rate == 0 || rate > 768000 || sampleFormat == QAudioFormat::Unknown)
+    if (encoding != kLinearPcm || channels == 0 || rate == 0 || rate > 768000 ||
+        sampleFormat == QAudioFormat::Unknown)
         return std::nullopt;
     QAudioFormat format;
     format.setSampleRate(int(rate));
@@ -44,7 +49,8 @@ std::optional<QAudioFormat> readFormatChunk(const QByteArray& file, qsizetype bo
 } // namespace
 
 std::optional<PcmSound> readWav(const QByteArray& file) {
-    if (file.size() < kRiffHeaderSize || !file.startsWith("RIFF") || file.mid(8, 4) != "WAVE") return std::nullopt;
+    if (file.size() < kRiffHeaderSize || !file.startsWith("RIFF") || file.mid(8, 4) != "WAVE")
+        return std::nullopt;
     std::optional<QAudioFormat> format;
     QByteArray samples;
     for (qsizetype at = kRiffHeaderSize; at + kChunkHeaderSize <= file.size();) {

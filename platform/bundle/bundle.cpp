@@ -20,7 +20,9 @@ QString bundlePath() {
     return QCoreApplication::applicationDirPath();
 }
 
-void setBundlePathForTesting(const QString& path) { testBundlePath() = path; }
+void setBundlePathForTesting(const QString& path) {
+    testBundlePath() = path;
+}
 
 QVariantMap infoDictionary() {
     QFile file(QDir(bundlePath()).filePath(QStringLiteral("Info.plist")));
@@ -33,7 +35,9 @@ QString infoString(const QString& key) {
     return value.typeId() == QMetaType::QString ? value.toString() : QString();
 }
 
-QString bundleIdentifier() { return infoString(QStringLiteral("CFBundleIdentifier")); }
+QString bundleIdentifier() {
+    return infoString(QStringLiteral("CFBundleIdentifier"));
+}
 
 QString applicationSupportDirectory() {
     return QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation);
@@ -45,6 +49,8 @@ QString documentsDirectory() {
     return base + QStringLiteral("/Documents");
 }
 
-void enableTestMode() { QStandardPaths::setTestModeEnabled(true); }
+void enableTestMode() {
+    QStandardPaths::setTestModeEnabled(true);
+}
 
 } // namespace brisko::bundle

@@ -25,7 +25,8 @@ QVariantMap readDict(QXmlStreamReader& xml) {
 
 QVariantList readArray(QXmlStreamReader& xml) {
     QVariantList list;
-    while (xml.readNextStartElement()) list.append(readValue(xml));
+    while (xml.readNextStartElement())
+        list.append(readValue(xml));
     return list;
 }
 

@@ -16,7 +16,8 @@ namespace {
 // Device-tree strings end in a zero byte; sysfs ones in a line end.
 QString firmwareString(const QString& path) {
     QByteArray data = device::readSystemFile(path);
-    while (data.endsWith('\0')) data.chop(1);
+    while (data.endsWith('\0'))
+        data.chop(1);
     return QString::fromUtf8(data).trimmed();
 }
 
@@ -39,7 +40,8 @@ QString osReleaseValue(const QByteArray& text, const QByteArray& key) {
     for (const QByteArray& line : text.split('\n')) {
         if (!line.startsWith(key + '=')) continue;
         QByteArray value = line.mid(key.size() + 1).trimmed();
-        if (value.size() >= 2 && (value.front() == '"' || value.front() == '\'') && value.back() == value.front())
+        if (value.size() >= 2 && (value.front() == '"' || value.front() == '\'') &&
+            value.back() == value.front())
             value = value.mid(1, value.size() - 2);
         return QString::fromUtf8(value);
     }
@@ -62,8 +64,8 @@ QString BKDeviceMachine() {
 
 QVariant BKMobileGestaltValue(const QString& key) {
     if (key != QLatin1String("SerialNumber")) return QVariant();
-    const QString serial = firstFirmwareString(
-        {QStringLiteral("/sys/class/dmi/id/product_serial"), QStringLiteral("/proc/device-tree/serial-number")});
+    const QString serial = firstFirmwareString({QStringLiteral("/sys/class/dmi/id/product_serial"),
+                                                QStringLiteral("/proc/device-tree/serial-number")});
     return serial.isEmpty() ? QVariant() : QVariant(serial);
 }
 

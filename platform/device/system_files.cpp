@@ -7,9 +7,13 @@ namespace {
 QString s_root;
 } // namespace
 
-void setSystemRootForTesting(const QString& root) { s_root = root; }
+void setSystemRootForTesting(const QString& root) {
+    s_root = root;
+}
 
-QString systemPath(const QString& path) { return s_root + path; }
+QString systemPath(const QString& path) {
+    return s_root + path;
+}
 
 QByteArray readSystemFile(const QString& path) {
     QFile file(systemPath(path));

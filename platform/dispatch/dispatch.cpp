@@ -21,7 +21,8 @@ void dispatchMainAfter(double seconds, DispatchBlock fn) {
     const int ms = seconds > 0 ? int(std::lround(seconds * 1000.0)) : 0;
     // The timer must live on the main thread, whichever thread asks.
     QMetaObject::invokeMethod(
-        app, [ms, fn = std::move(fn)]() mutable { QTimer::singleShot(ms, Qt::PreciseTimer, qApp, std::move(fn)); },
+        app,
+        [ms, fn = std::move(fn)]() mutable { QTimer::singleShot(ms, Qt::PreciseTimer, qApp, std::move(fn)); },
         Qt::QueuedConnection);
 }
 

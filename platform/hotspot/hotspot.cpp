@@ -13,6 +13,8 @@ bool registerHelper(const QVariantMap& options, CommandHandler handler) {
     return true;
 }
 
-std::optional<Registration> currentRegistration() { return registration(); }
+std::optional<Registration> currentRegistration() {
+    return registration();
+}
 
 } // namespace brisko::hotspot

@@ -26,8 +26,7 @@ Channel& Channel::instance() {
     return *channel;
 }
 
-Channel::Channel()
-    : watchdog_(new QTimer(this)), retry_(new QTimer(this)), backoffMs_(kFirstBackoffMs) {
+Channel::Channel() : watchdog_(new QTimer(this)), retry_(new QTimer(this)), backoffMs_(kFirstBackoffMs) {
     thread_.setObjectName(QStringLiteral("brisko-notify"));
     retry_->setSingleShot(true);
     connect(watchdog_, &QTimer::timeout, this, &Channel::checkConnection);
@@ -58,10 +57,11 @@ bool Channel::attach() {
         return false;
     }
     connection.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
-                       QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"),
-                       this, SLOT(onDisconnected()));
+                       QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
+                       SLOT(onDisconnected()));
     QMutexLocker lock(&mutex_);
-    for (const QString& watchedName : std::as_const(watched_)) addRule(connection, watchedName);
+    for (const QString& watchedName : std::as_const(watched_))
+        addRule(connection, watchedName);
     const QString oldName = std::exchange(connectionName_, name);
     connection_ = connection;
     lock.unlock();
@@ -110,8 +110,8 @@ void Channel::reconnect() {
 void Channel::post(const QString& name) {
     auto connection = liveConnection();
     if (!connection) return; // nobody to tell: dropped, like any unacknowledged post
-    QDBusMessage message = QDBusMessage::createSignal(
-        QLatin1String(kObjectPath), QLatin1String(kInterface), QLatin1String(kSignal));
+    QDBusMessage message = QDBusMessage::createSignal(QLatin1String(kObjectPath), QLatin1String(kInterface),
+                                                      QLatin1String(kSignal));
     message << name;
     connection->send(message);
 }
@@ -148,7 +148,8 @@ void Channel::onPost(const QString& name) {
         if (it->name == name) dispatches.append({it.key(), it->handler});
     }
     lock.unlock();
-    for (const Handler& handler : handlers) handler();
+    for (const Handler& handler : handlers)
+        handler();
     for (auto& [token, handler] : dispatches) {
         // Checked again on the pool: a cancel that raced the delivery wins.
         dispatchGlobalAsync([this, token = token, handler = std::move(handler)] {

@@ -25,7 +25,7 @@ inline constexpr char kSignal[] = "Post";
 // main thread (the launch blocks it while it waits for an answer).
 class Channel : public QObject {
     Q_OBJECT
-public:
+  public:
     static Channel& instance();
 
     void post(const QString& name);
@@ -34,14 +34,14 @@ public:
     void cancel(Token token);
     bool waitUntilReady(int timeoutMs);
 
-private slots:
+  private slots:
     void onPost(const QString& name);
     void onDisconnected();
     void startWatching();
     void checkConnection();
     void reconnect();
 
-private:
+  private:
     struct Dispatch {
         QString name;
         std::function<void(Token)> handler;

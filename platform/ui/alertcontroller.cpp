@@ -67,7 +67,8 @@ void AlertController::setTextFieldText(int index, const QString& text) {
 
 QStringList AlertController::actionTitles() const {
     QStringList titles;
-    for (const Action& action : m_actions) titles << action.title;
+    for (const Action& action : m_actions)
+        titles << action.title;
     return titles;
 }
 
@@ -98,7 +99,8 @@ QVariantList AlertController::actionsModel() const {
 QVariantList AlertController::textFieldsModel() const {
     QVariantList list;
     for (const TextField& field : m_textFields)
-        list.append(QVariantMap{{"text", field.text}, {"placeholder", field.placeholder},
+        list.append(QVariantMap{{"text", field.text},
+                                {"placeholder", field.placeholder},
                                 {"autocapitalize", field.autocapitalize}});
     return list;
 }
@@ -128,6 +130,8 @@ void dismissAlert(AlertController* alert) {
     alert->deleteLater();
 }
 
-void setAlertLayer(QQuickItem* layer) { alertLayer() = layer; }
+void setAlertLayer(QQuickItem* layer) {
+    alertLayer() = layer;
+}
 
 } // namespace brisko::ui

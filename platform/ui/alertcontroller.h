@@ -20,7 +20,7 @@ class AlertController : public QObject {
     Q_PROPERTY(QVariantList actions READ actionsModel CONSTANT)
     Q_PROPERTY(QVariantList textFields READ textFieldsModel NOTIFY textFieldsChanged)
 
-public:
+  public:
     enum class Style { Alert, ActionSheet };
     enum class ActionStyle { Default, Cancel, Destructive };
     using Handler = std::function<void(AlertController*)>;
@@ -57,11 +57,11 @@ public:
     static AlertController* topPresented();
     static QList<AlertController*> presented();
 
-signals:
+  signals:
     void textFieldsChanged();
     void dismissed();
 
-private:
+  private:
     struct Action {
         QString title;
         ActionStyle style;

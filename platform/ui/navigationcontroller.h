@@ -13,7 +13,7 @@ class NavigationController : public ViewController {
     Q_PROPERTY(QString backTitle READ backTitle NOTIFY topChanged)
     Q_PROPERTY(int depth READ depth NOTIFY topChanged)
 
-public:
+  public:
     explicit NavigationController(ViewController* root, QObject* parent = nullptr);
 
     void pushViewController(ViewController* controller, bool animated = true);
@@ -28,16 +28,16 @@ public:
     // The screen on top decides the status bar's look.
     virtual ViewController* childViewControllerForStatusBarStyle() const { return nullptr; }
 
-signals:
+  signals:
     void pushed(QQuickItem* item, bool animated);
     void popped(bool animated);
     void topChanged();
 
-protected:
+  protected:
     QUrl viewUrl() const override;
     void viewDidLoad() override;
 
-private:
+  private:
     QList<QPointer<ViewController>> m_stack;
 };
 

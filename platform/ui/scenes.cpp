@@ -12,6 +12,8 @@ void registerScene(const QString& name, SceneSetUp setUp, int settleMs) {
     registry().append(Scene{name, std::move(setUp), settleMs});
 }
 
-const QList<Scene>& scenes() { return registry(); }
+const QList<Scene>& scenes() {
+    return registry();
+}
 
 } // namespace brisko::ui

@@ -12,7 +12,9 @@ namespace brisko::ui {
 
 ViewController::ViewController(QObject* parent) : QObject(parent) {}
 
-ViewController::~ViewController() { delete m_view; }
+ViewController::~ViewController() {
+    delete m_view;
+}
 
 void ViewController::setTitle(const QString& title) {
     if (m_title == title) return;
@@ -25,7 +27,9 @@ void ViewController::setRightBarItems(const QVariantList& items) {
     emit rightBarItemsChanged();
 }
 
-QUrl ViewController::viewUrl() const { return QUrl(QStringLiteral("qrc:/brisko/ui/EmptyView.qml")); }
+QUrl ViewController::viewUrl() const {
+    return QUrl(QStringLiteral("qrc:/brisko/ui/EmptyView.qml"));
+}
 
 QQuickItem* ViewController::view() {
     if (!m_view) {
@@ -54,6 +58,8 @@ NavigationController* ViewController::navigationController() const {
     return static_cast<NavigationController*>(m_navigationController.data());
 }
 
-void ViewController::present(AlertController* alert) { presentAlert(alert); }
+void ViewController::present(AlertController* alert) {
+    presentAlert(alert);
+}
 
 } // namespace brisko::ui

@@ -18,7 +18,7 @@ class ViewController : public QObject {
     Q_PROPERTY(QString title READ title WRITE setTitle NOTIFY titleChanged)
     Q_PROPERTY(QVariantList rightBarItems READ rightBarItems NOTIFY rightBarItemsChanged)
 
-public:
+  public:
     explicit ViewController(QObject* parent = nullptr);
     ~ViewController() override;
 
@@ -42,14 +42,14 @@ public:
     virtual void viewWillAppear(bool animated) { Q_UNUSED(animated); }
     Q_INVOKABLE virtual void viewDidLayoutSubviews() {}
 
-signals:
+  signals:
     void titleChanged();
     void rightBarItemsChanged();
 
-protected:
+  protected:
     virtual QUrl viewUrl() const;
 
-private:
+  private:
     friend class NavigationController;
     QQuickItem* createView();
 

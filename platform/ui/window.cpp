@@ -17,7 +17,8 @@ QSize initialSize() {
     const QSize phone(390, 844);
     const QScreen* screen = QGuiApplication::primaryScreen();
     const QSize available = screen ? screen->availableSize() : QSize();
-    const bool narrowPanel = available.isValid() && available.width() <= 600 && available.height() > available.width();
+    const bool narrowPanel =
+        available.isValid() && available.width() <= 600 && available.height() > available.width();
     return narrowPanel ? available : phone;
 }
 } // namespace
@@ -50,7 +51,9 @@ void Window::makeKeyAndVisible() {
     m_window->requestActivate();
 }
 
-QImage Window::grab() { return m_window->grabWindow(); }
+QImage Window::grab() {
+    return m_window->grabWindow();
+}
 
 void Window::layoutContent() {
     const QSizeF size(m_window->width(), m_window->height());
@@ -58,6 +61,8 @@ void Window::layoutContent() {
     if (m_root && m_root->isViewLoaded()) m_root->view()->setSize(size);
 }
 
-Window* keyWindow() { return s_keyWindow; }
+Window* keyWindow() {
+    return s_keyWindow;
+}
 
 } // namespace brisko::ui

@@ -12,7 +12,7 @@ namespace brisko::ui {
 class ViewController;
 
 class Window {
-public:
+  public:
     Window();
     ~Window();
 
@@ -24,7 +24,7 @@ public:
     // Renders the current frame (works offscreen).
     QImage grab();
 
-private:
+  private:
     void layoutContent();
 
     QQuickWindow* m_window;

@@ -17,7 +17,8 @@ namespace {
 
 QJsonArray strings(char** list, int count) {
     QJsonArray array;
-    for (int i = 0; count < 0 ? list[i] != nullptr : i < count; ++i) array.append(QString::fromUtf8(list[i]));
+    for (int i = 0; count < 0 ? list[i] != nullptr : i < count; ++i)
+        array.append(QString::fromUtf8(list[i]));
     return array;
 }
 
@@ -25,16 +26,17 @@ QJsonArray supplementaryGroups() {
     gid_t groups[256];
     const int count = getgroups(256, groups);
     QJsonArray array;
-    for (int i = 0; i < count; ++i) array.append(int(groups[i]));
+    for (int i = 0; i < count; ++i)
+        array.append(int(groups[i]));
     return array;
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-    const QJsonObject record{{"argv", strings(argv, argc)}, {"env", strings(environ, -1)},
-                             {"uid", int(getuid())}, {"gid", int(getgid())},
-                             {"groups", supplementaryGroups()}, {"sid", int(getsid(0))}};
+    const QJsonObject record{
+        {"argv", strings(argv, argc)}, {"env", strings(environ, -1)},     {"uid", int(getuid())},
+        {"gid", int(getgid())},        {"groups", supplementaryGroups()}, {"sid", int(getsid(0))}};
     QSaveFile file(QStringLiteral("/tmp/brisko-spawn-record.%1").arg(getpid()));
     if (!file.open(QIODevice::WriteOnly)) return 1;
     file.write(QJsonDocument(record).toJson());

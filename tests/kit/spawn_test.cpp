@@ -46,7 +46,7 @@ ProbeResult spawnFromProbe(const QString& path, const QStringList& arguments, bo
 class SpawnTest : public QObject {
     Q_OBJECT
 
-private slots:
+  private slots:
     void startsWithExactArgvAndNoEnvironment_data() {
         QTest::addColumn<bool>("pathOnly");
         QTest::addColumn<QStringList>("arguments");

@@ -21,8 +21,8 @@ struct Patch {
 
 // Background first; asymmetric, so every quarter turn and mirror of the scene looks different.
 const Patch kScene[] = {
-    {QRect(0, 0, 4096, 4096), 0x203040},   {QRect(10, 20, 100, 50), 0xFF0000},
-    {QRect(700, 5, 50, 31), 0x00FF00},     {QRect(33, 2000, 80, 41), 0x0000FF},
+    {QRect(0, 0, 4096, 4096), 0x203040}, {QRect(10, 20, 100, 50), 0xFF0000},
+    {QRect(700, 5, 50, 31), 0x00FF00},   {QRect(33, 2000, 80, 41), 0x0000FF},
     {QRect(500, 1200, 7, 9), 0xFFFFFF},
 };
 
@@ -46,7 +46,7 @@ class CaptureTest : public QObject {
     Q_OBJECT
 
     Display* m_display = nullptr;
-    QImage m_scene; // what an upright capture must show
+    QImage m_scene;                    // what an upright capture must show
     const uint8_t* m_turned = nullptr; // turned frames of one size share the rotation buffer
 
     void fill(const QRect& rect, QRgb colour) {

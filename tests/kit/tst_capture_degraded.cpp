@@ -39,7 +39,8 @@ class CaptureDegradedTest : public QObject {
         probe.write("next\n");
         QVERIFY(probe.waitForFinished());
         QVERIFY(probe.exitStatus() == QProcess::NormalExit && probe.exitCode() == 0);
-        while (probe.canReadLine()) got << QString::fromLatin1(probe.readLine()).trimmed();
+        while (probe.canReadLine())
+            got << QString::fromLatin1(probe.readLine()).trimmed();
         QCOMPARE(got, expected);
     }
 };

@@ -31,9 +31,15 @@ class GeometryTest : public QObject {
             QPointF logical, normalised;
         };
         const Row rows[] = {
-            {0, {kW, kH}, {1, 1}},       {0, {97.5, 211}, {0.25, 0.25}}, {1, {0, 0}, {0, 1}},
-            {1, {211, 97.5}, {0.25, 0.75}}, {2, {0, 0}, {1, 1}},        {2, {97.5, 211}, {0.75, 0.75}},
-            {3, {0, 0}, {1, 0}},         {3, {211, 97.5}, {0.75, 0.25}}, {7, {97.5, 211}, {0.25, 0.25}},
+            {0, {kW, kH}, {1, 1}},
+            {0, {97.5, 211}, {0.25, 0.25}},
+            {1, {0, 0}, {0, 1}},
+            {1, {211, 97.5}, {0.25, 0.75}},
+            {2, {0, 0}, {1, 1}},
+            {2, {97.5, 211}, {0.75, 0.75}},
+            {3, {0, 0}, {1, 0}},
+            {3, {211, 97.5}, {0.75, 0.25}},
+            {7, {97.5, 211}, {0.25, 0.25}},
         };
         for (const Row& row : rows) {
             _bkSetScreenForTesting(QSizeF(kW, kH), 2, row.quad);
@@ -46,8 +52,8 @@ class GeometryTest : public QObject {
     }
 
     void orientationsToQuads() {
-        const std::pair<int64_t, int> interface[] = {
-            {0, 0}, {1, 0}, {2, 2}, {3, 3}, {4, 1}, {5, 0}, {-4, 0}, {int64_t(1) << 34 | 4, 0}};
+        const std::pair<int64_t, int> interface[] = {{0, 0}, {1, 0}, {2, 2},  {3, 3},
+                                                     {4, 1}, {5, 0}, {-4, 0}, {int64_t(1) << 34 | 4, 0}};
         for (auto [orientation, quad] : interface)
             QCOMPARE(_rotationForOrientation(orientation), quad);
 
@@ -104,4 +110,3 @@ class GeometryTest : public QObject {
 
 QTEST_GUILESS_MAIN(GeometryTest)
 #include "tst_geometry.moc"
-

@@ -20,13 +20,27 @@ Events operator+(Events a, const Events& b) {
     a.insert(a.end(), b.begin(), b.end());
     return a;
 }
-Events slot(int s) { return {ev(EV_ABS, ABS_MT_SLOT, s)}; }
-Events contact(int id) { return {ev(EV_ABS, ABS_MT_TRACKING_ID, id)}; }
-Events at(int x, int y) { return {ev(EV_ABS, ABS_MT_POSITION_X, x), ev(EV_ABS, ABS_MT_POSITION_Y, y)}; }
-Events atX(int x) { return {ev(EV_ABS, ABS_MT_POSITION_X, x)}; }
-Events syn() { return {ev(EV_SYN, SYN_REPORT, 0)}; }
-Events down(int s, int id, int x, int y) { return slot(s) + contact(id) + at(x, y) + syn(); }
-Events lift(int s) { return slot(s) + contact(-1) + syn(); }
+Events slot(int s) {
+    return {ev(EV_ABS, ABS_MT_SLOT, s)};
+}
+Events contact(int id) {
+    return {ev(EV_ABS, ABS_MT_TRACKING_ID, id)};
+}
+Events at(int x, int y) {
+    return {ev(EV_ABS, ABS_MT_POSITION_X, x), ev(EV_ABS, ABS_MT_POSITION_Y, y)};
+}
+Events atX(int x) {
+    return {ev(EV_ABS, ABS_MT_POSITION_X, x)};
+}
+Events syn() {
+    return {ev(EV_SYN, SYN_REPORT, 0)};
+}
+Events down(int s, int id, int x, int y) {
+    return slot(s) + contact(id) + at(x, y) + syn();
+}
+Events lift(int s) {
+    return slot(s) + contact(-1) + syn();
+}
 
 } // namespace
 
@@ -34,7 +48,7 @@ Q_DECLARE_METATYPE(Events)
 
 class TouchDecoderTest : public QObject {
     Q_OBJECT
-private slots:
+  private slots:
     void framesBecomePhases_data() {
         QTest::addColumn<Events>("events");
         QTest::addColumn<QString>("expected");
@@ -43,16 +57,17 @@ private slots:
         QTest::newRow("began") << a << began;
         QTest::newRow("moved") << a + atX(250) + syn() << began + " 1@(0.25,0.5)";
         QTest::newRow("ended where it left") << a + lift(0) << began + " 2@(0.5,0.5)";
-        QTest::newRow("began wins over its own position") << slot(0) + contact(3) + at(0, 2000) + syn()
-                                                          << "0@(0,1)";
-        QTest::newRow("ended wins over a last move") << a + atX(1000) + contact(-1) + syn()
-                                                     << began + " 2@(1,0.5)";
+        QTest::newRow("began wins over its own position")
+            << slot(0) + contact(3) + at(0, 2000) + syn() << "0@(0,1)";
+        QTest::newRow("ended wins over a last move")
+            << a + atX(1000) + contact(-1) + syn() << began + " 2@(1,0.5)";
         QTest::newRow("same position is no move") << a + atX(500) + syn() << began;
         QTest::newRow("range only: tool and pressure")
             << a + Events{ev(EV_KEY, BTN_TOOL_FINGER, 1), ev(EV_ABS, ABS_MT_PRESSURE, 30)} + syn() << began;
         QTest::newRow("other types and single-touch axes")
             << Events{ev(EV_KEY, BTN_TOUCH, 1), ev(EV_MSC, MSC_TIMESTAMP, 5), ev(EV_REL, REL_X, 3),
-                      ev(EV_ABS, ABS_X, 10), ev(EV_ABS, ABS_Y, 10), ev(EV_SYN, SYN_MT_REPORT, 0)} + syn()
+                      ev(EV_ABS, ABS_X, 10),    ev(EV_ABS, ABS_Y, 10),        ev(EV_SYN, SYN_MT_REPORT, 0)} +
+                   syn()
             << "";
         QTest::newRow("second finger joins and leaves")
             << a + down(1, 8, 0, 0) + slot(1) + at(100, 100) + syn() + lift(1) + lift(0)

@@ -32,15 +32,16 @@ input_event ev(uint16_t type, uint16_t code, int32_t value) {
 
 // A touch at (x, y) in device units (0..1000 by 0..2000): down, one move, up.
 std::vector<input_event> gesture(int x, int y) {
-    return {ev(EV_ABS, ABS_MT_TRACKING_ID, 1),  ev(EV_ABS, ABS_MT_POSITION_X, x),
-            ev(EV_ABS, ABS_MT_POSITION_Y, y),   ev(EV_SYN, SYN_REPORT, 0),
+    return {ev(EV_ABS, ABS_MT_TRACKING_ID, 1),    ev(EV_ABS, ABS_MT_POSITION_X, x),
+            ev(EV_ABS, ABS_MT_POSITION_Y, y),     ev(EV_SYN, SYN_REPORT, 0),
             ev(EV_ABS, ABS_MT_POSITION_X, x + 1), ev(EV_SYN, SYN_REPORT, 0),
-            ev(EV_ABS, ABS_MT_TRACKING_ID, -1), ev(EV_SYN, SYN_REPORT, 0)};
+            ev(EV_ABS, ABS_MT_TRACKING_ID, -1),   ev(EV_SYN, SYN_REPORT, 0)};
 }
 
 bool writeEvents(int fd, const std::vector<input_event>& events, size_t from = 0, size_t to = SIZE_MAX) {
     const size_t end = std::min(to, events.size() * sizeof(input_event));
-    return ::write(fd, reinterpret_cast<const char*>(events.data()) + from, end - from) == ssize_t(end - from);
+    return ::write(fd, reinterpret_cast<const char*>(events.data()) + from, end - from) ==
+           ssize_t(end - from);
 }
 
 TouchSnapshot idle() {
@@ -81,7 +82,7 @@ class TouchMonitorTest : public QObject {
 
     QString node(const char* name) const { return dir_.filePath(name); }
 
-private slots:
+  private slots:
     void initTestCase() {
         QVERIFY(dir_.isValid());
         _touchMonitorUseDevices(dir_.path(), fifoProbe);

@@ -84,7 +84,7 @@ class TouchSocketTest : public QObject {
     }
     void send(const InjectedTouchMessage& m, int extra = 0) { QVERIFY(sendDatagram(path_, wire(m, extra))); }
 
-private slots:
+  private slots:
     void initTestCase() {
         QVERIFY(dir_.isValid());
         path_ = dir_.filePath("touch.sock").toStdString();
@@ -117,7 +117,8 @@ private slots:
     void messagesBecomePhases() {
         QFETCH(Msgs, messages);
         QFETCH(QStringList, expected);
-        for (const InjectedTouchMessage& m : messages) _handleInjectedTouchMessage(&m);
+        for (const InjectedTouchMessage& m : messages)
+            _handleInjectedTouchMessage(&m);
         bool drained = false; // everything queued before this has run once it does
         dispatchMainAsync([&drained] { drained = true; });
         QTRY_VERIFY(drained);

@@ -24,14 +24,14 @@ const QString kPing = "com.brisko.floatball.ping";
 
 // The screen with the daemon, the keep-alive and the machine replaced by recorders.
 class TestScreen : public BKMainViewController {
-public:
+  public:
     QStringList posts;
     QList<qint64> postTimes;
     QElapsedTimer clock;
     int keepAliveStarts = 0, keepAliveStops = 0;
     TestScreen() { clock.start(); }
 
-protected:
+  protected:
     void postNotification(const QString& name) override {
         posts << name;
         postTimes << clock.elapsed();
@@ -56,12 +56,15 @@ QVariantMap rowLabelled(const QVariantList& sections, const QString& label) {
     return {};
 }
 
-QString markerPath() { return bundle::documentsDirectory() + "/boot_autostart"; }
+QString markerPath() {
+    return bundle::documentsDirectory() + "/boot_autostart";
+}
 
 // Depth first through the visual tree: delegates are not QObject children of the view.
 QList<QQuickItem*> items(QQuickItem* root) {
     QList<QQuickItem*> all;
-    for (QQuickItem* child : root->childItems()) all << child << items(child);
+    for (QQuickItem* child : root->childItems())
+        all << child << items(child);
     return all;
 }
 
@@ -86,7 +89,7 @@ struct Shown {
 class MainScreenTest : public QObject {
     Q_OBJECT
 
-private slots:
+  private slots:
     void initTestCase() {
         bundle::enableTestMode();
         QVERIFY(QDir().mkpath(bundle::documentsDirectory()));
@@ -105,7 +108,8 @@ private slots:
         for (int i = 0; i < 7; ++i) {
             // Never early; late only by what a busy machine's timers allow.
             const qint64 due = halfSeconds[i] * 500, at = shown.screen->postTimes[i];
-            QVERIFY2(at >= due - 20 && at < due + 400, qPrintable(QString("ping %1 at %2 ms").arg(i).arg(at)));
+            QVERIFY2(at >= due - 20 && at < due + 400,
+                     qPrintable(QString("ping %1 at %2 ms").arg(i).arg(at)));
         }
 
         // Past the limit a request is one ping; an answer resets the count.
@@ -127,12 +131,18 @@ private slots:
         QTest::addColumn<QString>("status");
         QTest::addColumn<QString>("address"); // empty: the boot row shows instead
         const QString enable = "com.brisko.floatball.debug.enable_request";
-        QTest::newRow("before any answer") << false << false << true << "" << "" << "";
-        QTest::newRow("while a request is out") << true << true << true << "" << "" << "";
+        QTest::newRow("before any answer") << false << false << true << ""
+                                           << ""
+                                           << "";
+        QTest::newRow("while a request is out") << true << true << true << ""
+                                                << ""
+                                                << "";
         QTest::newRow("on without a client") << true << false << true << enable << "等待连接..."
                                              << "--:8820（等待连接...）";
-        QTest::newRow("off clears the client") << true << false << false << "com.brisko.floatball.debug.disable_request"
-                                               << "已关闭" << "";
+        QTest::newRow("off clears the client")
+            << true << false << false << "com.brisko.floatball.debug.disable_request"
+            << "已关闭"
+            << "";
     }
     void debugFlip() {
         QFETCH(bool, loaded);
@@ -236,7 +246,8 @@ private slots:
                 QCOMPARE(sw->isEnabled(), !row.value("disabled").toBool());
             }
         }
-        for (QQuickItem* item : items(view)) drawnRows -= item->objectName().startsWith("row_");
+        for (QQuickItem* item : items(view))
+            drawnRows -= item->objectName().startsWith("row_");
         QCOMPARE(drawnRows, 0); // no row beyond the model's
     }
 };

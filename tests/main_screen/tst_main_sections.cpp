@@ -10,10 +10,15 @@ using namespace brisko;
 namespace {
 
 BKDeviceFacts sampleDevice() {
-    return {.systemName = "Debian GNU/Linux 12 (bookworm)", .machine = "ThinkPad X1", .serial = QVariant("PF2ABCDE"),
-            .screenSize = QSizeF(390, 844), .screenScale = 3,
-            .storageFree = 13421772800, .storageTotal = 68719476736, // 12.5 and 64 GiB
-            .memoryUsed = 1610612736, .memoryTotal = 8589934592};
+    return {.systemName = "Debian GNU/Linux 12 (bookworm)",
+            .machine = "ThinkPad X1",
+            .serial = QVariant("PF2ABCDE"),
+            .screenSize = QSizeF(390, 844),
+            .screenScale = 3,
+            .storageFree = 13421772800,
+            .storageTotal = 68719476736, // 12.5 and 64 GiB
+            .memoryUsed = 1610612736,
+            .memoryTotal = 8589934592};
 }
 
 QVariantMap rowAt(const QVariantList& sections, int section, int row) {
@@ -25,7 +30,7 @@ QVariantMap rowAt(const QVariantList& sections, int section, int row) {
 class MainSectionsTest : public QObject {
     Q_OBJECT
 
-private slots:
+  private slots:
     void deviceAndAboutRows() {
         BKMainScreenState state;
         state.bundleIdentifier = "com.brisko.app";
@@ -59,36 +64,50 @@ private slots:
         QTest::addColumn<QStringList>("rows");
         QTest::addColumn<QString>("debug"); // text, switch, and whether it is disabled
         QTest::addColumn<QString>("last");  // the service address, or the boot switch's state
-        const QStringList address{"文件管理", "调试模式", "服务地址"}, boot{"文件管理", "调试模式", "开机自启"};
+        const QStringList address{"文件管理", "调试模式", "服务地址"},
+            boot{"文件管理", "调试模式", "开机自启"};
         const QString idle = "用于让开发者连接设备进行调试", waiting = "--:8820（等待连接...）";
-        QTest::newRow("before any answer") << "" << boot << "读取状态中... off disabled" << "off";
-        QTest::newRow("idle, marker present") << "loaded marker" << boot << idle + " off" << "on";
-        QTest::newRow("busy switching on") << "loaded busy on" << address << "切换中... on disabled" << waiting;
-        QTest::newRow("on, no Wi-Fi, status unset, no client") << "loaded on" << address << idle + " on" << waiting;
+        QTest::newRow("before any answer") << "" << boot << "读取状态中... off disabled"
+                                           << "off";
+        QTest::newRow("idle, marker present") << "loaded marker" << boot << idle + " off"
+                                              << "on";
+        QTest::newRow("busy switching on")
+            << "loaded busy on" << address << "切换中... on disabled" << waiting;
+        QTest::newRow("on, no Wi-Fi, status unset, no client")
+            << "loaded on" << address << idle + " on" << waiting;
         QTest::newRow("on, Wi-Fi, status unset, client") << "loaded on client wifi" << address << idle + " on"
                                                          << "192.168.1.20:8820（已连接）";
-        QTest::newRow("on, status set wins over the client") << "loaded on client waiting" << address << idle + " on"
-                                                             << waiting;
-        QTest::newRow("off, ordinary install") << "loaded closed" << boot << idle + " off" << "off";
-        QTest::newRow("off, privileged install") << "loaded privileged marker" << QStringList{"文件管理", "调试模式"}
-                                                 << idle + " off" << "";
+        QTest::newRow("on, status set wins over the client")
+            << "loaded on client waiting" << address << idle + " on" << waiting;
+        QTest::newRow("off, ordinary install") << "loaded closed" << boot << idle + " off"
+                                               << "off";
+        QTest::newRow("off, privileged install")
+            << "loaded privileged marker" << QStringList{"文件管理", "调试模式"} << idle + " off"
+            << "";
     }
     void toolRows() {
         QFETCH(QString, flags);
         QFETCH(QStringList, rows);
         const QStringList f = flags.split(' ');
-        const QString status = f.contains("waiting") ? "等待连接..." : f.contains("closed") ? "已关闭" : QString();
-        const BKMainScreenState state{.statusLoaded = f.contains("loaded"), .toggleBusy = f.contains("busy"),
-                                      .debugEnabled = f.contains("on"), .clientConnected = f.contains("client"),
-                                      .debugStatus = status, .privilegedInstall = f.contains("privileged"),
-                                      .bundleIdentifier = {},
-                                      .wifiAddress = [&] { return f.contains("wifi") ? "192.168.1.20" : QString(); },
-                                      .bootMarkerExists = [&] { return f.contains("marker"); }};
+        const QString status = f.contains("waiting")  ? "等待连接..."
+                               : f.contains("closed") ? "已关闭"
+                                                      : QString();
+        const BKMainScreenState state{
+            .statusLoaded = f.contains("loaded"),
+            .toggleBusy = f.contains("busy"),
+            .debugEnabled = f.contains("on"),
+            .clientConnected = f.contains("client"),
+            .debugStatus = status,
+            .privilegedInstall = f.contains("privileged"),
+            .bundleIdentifier = {},
+            .wifiAddress = [&] { return f.contains("wifi") ? "192.168.1.20" : QString(); },
+            .bootMarkerExists = [&] { return f.contains("marker"); }};
         const QVariantList sections = BKMainSections(sampleDevice(), state);
 
         QCOMPARE(sections[1].toMap()["title"].toString(), QString("工具"));
         QStringList labels;
-        for (const QVariant& row : sections[1].toMap()["rows"].toList()) labels << row.toMap()["l"].toString();
+        for (const QVariant& row : sections[1].toMap()["rows"].toList())
+            labels << row.toMap()["l"].toString();
         QCOMPARE(labels, rows);
         const QVariantMap debug = rowAt(sections, 1, 1), last = rowAt(sections, 1, rows.size() - 1);
         QTEST(debug["v"].toString() + (debug["sw"].toBool() ? " on" : " off") +
@@ -97,7 +116,8 @@ private slots:
         if (rows.last() == "服务地址") QTEST(last["v"].toString(), "last");
         if (rows.last() == "开机自启") QTEST(QString(last["sw"].toBool() ? "on" : "off"), "last");
         // The view routes taps and switches by these.
-        QCOMPARE(rowAt(sections, 1, 0)["act"].toString() + debug["act"].toString(), QString("filesdebug_toggle"));
+        QCOMPARE(rowAt(sections, 1, 0)["act"].toString() + debug["act"].toString(),
+                 QString("filesdebug_toggle"));
         if (rows.last() == "开机自启") QCOMPARE(last["act"].toString(), QString("boot_toggle"));
     }
 

@@ -19,7 +19,7 @@ using namespace brisko;
 namespace {
 
 class PrivilegedScreen : public BKMainViewController {
-protected:
+  protected:
     void postNotification(const QString&) override {}
     bool isPrivilegedInstall() const override { return true; }
 };
@@ -46,7 +46,7 @@ QQuickItem* findItem(QQuickItem* root, const QString& name) {
 class ScriptControlTest : public QObject {
     Q_OBJECT
 
-private slots:
+  private slots:
     void cleanup() {
         BKSetScriptControlEndpointForTesting(QString());
         resetRuntimeStatusForTesting();
@@ -63,8 +63,10 @@ private slots:
         QTest::newRow("ok as text") << none << 200 << QByteArray(R"({"ok":" +007"})") << none;
         QTest::newRow("ok as zero text") << none << 200 << QByteArray(R"({"ok":"000"})") << fallback;
         QTest::newRow("ok as a list") << none << 200 << QByteArray(R"({"ok":[1]})") << fallback;
-        QTest::newRow("error text") << none << 200 << QByteArray(R"({"ok":false,"error":"脚本不存在"})") << "脚本不存在";
-        QTest::newRow("error not text") << none << 200 << QByteArray(R"({"ok":0,"error":{"a":1}})") << fallback;
+        QTest::newRow("error text") << none << 200 << QByteArray(R"({"ok":false,"error":"脚本不存在"})")
+                                    << "脚本不存在";
+        QTest::newRow("error not text")
+            << none << 200 << QByteArray(R"({"ok":0,"error":{"a":1}})") << fallback;
         QTest::newRow("404") << none << 404 << QByteArray(R"({"ok":true})") << "接口返回状态码 404";
         QTest::newRow("refused") << "Connection refused" << 0 << QByteArray() << "Connection refused";
     }

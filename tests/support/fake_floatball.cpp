@@ -49,23 +49,29 @@ Config readConfig(const QString& documents) {
         const int eq = line.indexOf('=');
         if (eq < 0) continue;
         const QByteArray key = line.left(eq).trimmed(), value = line.mid(eq + 1).trimmed();
-        if (key == "bus") config.bus = value;
-        else if (key == "silent") config.silent = value == "1";
-        else if (key == "record") config.recordPath = QString::fromUtf8(value);
-        else if (key == "lifetime_ms") config.lifetimeMs = value.toInt();
+        if (key == "bus")
+            config.bus = value;
+        else if (key == "silent")
+            config.silent = value == "1";
+        else if (key == "record")
+            config.recordPath = QString::fromUtf8(value);
+        else if (key == "lifetime_ms")
+            config.lifetimeMs = value.toInt();
     }
     return config;
 }
 
 QJsonArray startEnvironment() {
     QJsonArray env;
-    for (char** entry = environ; *entry; ++entry) env.append(QString::fromLocal8Bit(*entry));
+    for (char** entry = environ; *entry; ++entry)
+        env.append(QString::fromLocal8Bit(*entry));
     return env;
 }
 
 QJsonArray startArguments(int argc, char** argv) {
     QJsonArray args;
-    for (int i = 0; i < argc; ++i) args.append(QString::fromLocal8Bit(argv[i]));
+    for (int i = 0; i < argc; ++i)
+        args.append(QString::fromLocal8Bit(argv[i]));
     return args;
 }
 
@@ -84,9 +90,13 @@ void writeRecord(const QString& path, const QJsonObject& record) {
 int main(int argc, char** argv) {
     if (argc < 2) return 64;
     // Taken before anything here changes the environment.
-    QJsonObject record{{"argv", startArguments(argc, argv)}, {"env", startEnvironment()},
-                       {"pid", int(getpid())}, {"uid", int(getuid())}, {"gid", int(getgid())},
-                       {"sid", int(getsid(0))}, {"pings", 0}};
+    QJsonObject record{{"argv", startArguments(argc, argv)},
+                       {"env", startEnvironment()},
+                       {"pid", int(getpid())},
+                       {"uid", int(getuid())},
+                       {"gid", int(getgid())},
+                       {"sid", int(getsid(0))},
+                       {"pings", 0}};
     const Config config = readConfig(QString::fromLocal8Bit(argv[1]));
     if (!config.bus.isEmpty()) qputenv("DBUS_SYSTEM_BUS_ADDRESS", config.bus);
     QCoreApplication app(argc, argv);

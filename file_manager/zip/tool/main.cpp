@@ -4,8 +4,7 @@
 
 #include "file_manager/zip/unzip.h"
 
-int main(int argc, char** argv)
-{
+int main(int argc, char** argv) {
     if (argc != 3) {
         std::fprintf(stderr, "usage: brisko-unzip ARCHIVE DEST\n");
         return 2;

@@ -18,7 +18,7 @@ class AssetDeployTest : public QObject {
     static bool exists(const QString& rel) { return QFileInfo::exists(docs(rel)); }
     static QStringList stamps() { return QDir(BKIPAStampDirectory()).entryList(QDir::Files); }
 
-private slots:
+  private slots:
     void initTestCase() { bundle::enableTestMode(); }
 
     void init() {
@@ -50,8 +50,8 @@ private slots:
         QCOMPARE(contentOf(docs("assets/sub/a.txt")), "A");
         QCOMPARE(contentOf(docs("app/.config")), "cfg"); // app is copied whole, hidden entries too
         QVERIFY(access((QFile::encodeName(docs("assets")) + '/' + odd).constData(), F_OK) == 0);
-        for (const char* skipped : {"assets/.top", "assets/sub/.deep", "assets/.dir", "assets/sub/back",
-                                    "app/self"})
+        for (const char* skipped :
+             {"assets/.top", "assets/sub/.deep", "assets/.dir", "assets/sub/back", "app/self"})
             QVERIFY2(!exists(skipped), skipped);
         QCOMPARE(stamps(), QStringList{BKAppBundleMD5()});
     }
@@ -84,13 +84,17 @@ private slots:
     }
 
     void librariesAreChosenByCaseSensitiveSuffix() {
-        const QList<std::pair<QString, bool>> libraries{{"libfb.dylib", true},  {"libfb.so", true},
-                                                        {".hidden.dylib", true}, {"x.DYLIB", false},
+        const QList<std::pair<QString, bool>> libraries{{"libfb.dylib", true},
+                                                        {"libfb.so", true},
+                                                        {".hidden.dylib", true},
+                                                        {"x.DYLIB", false},
                                                         {"libfb.so.1", false}};
-        for (const auto& [name, copied] : libraries) put(b(), "Frameworks/" + name, "new");
+        for (const auto& [name, copied] : libraries)
+            put(b(), "Frameworks/" + name, "new");
         put(docs(), "libfb.so", "old");
         BKPrepareBundledAssetsIfNeeded();
-        for (const auto& [name, copied] : libraries) QVERIFY2(exists(name) == copied, qPrintable(name));
+        for (const auto& [name, copied] : libraries)
+            QVERIFY2(exists(name) == copied, qPrintable(name));
         QCOMPARE(contentOf(docs("libfb.so")), "new");
         QVERIFY(!exists("Frameworks"));
     }

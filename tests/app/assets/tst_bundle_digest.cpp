@@ -4,9 +4,9 @@
 #include "tests/app/assets/tree.h"
 
 #include <QCryptographicHash>
-#include <QtEndian>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
+#include <QtEndian>
 #include <QtTest>
 
 #include <unistd.h>
@@ -16,7 +16,7 @@ using namespace brisko::testing;
 
 namespace {
 class RecordingSink final : public BKMD5Sink {
-public:
+  public:
     QByteArray bytes;
     void update(const char* data, std::size_t size) override { bytes.append(data, qsizetype(size)); }
 };
@@ -37,7 +37,7 @@ QByteArray lp(const QByteArray& s) {
 class BundleDigestTest : public QObject {
     Q_OBJECT
 
-private slots:
+  private slots:
     // Spelled out byte by byte so the expectation does not share code with the walker.
     void workedExampleFeedsExactBytes() {
         QTemporaryDir root;
@@ -81,9 +81,11 @@ private slots:
         QFETCH(QStringList, entries);
         QFETCH(QStringList, fed);
         QTemporaryDir root;
-        for (const QString& entry : entries) put(root.path(), entry);
+        for (const QString& entry : entries)
+            put(root.path(), entry);
         QByteArray expected; // every file is empty: the stream is names only
-        for (const QString& name : fed) expected += lp(name.toUtf8());
+        for (const QString& name : fed)
+            expected += lp(name.toUtf8());
         QCOMPARE(streamOf(root.path()), expected);
     }
 
@@ -92,7 +94,8 @@ private slots:
         QList<QByteArray> names{"\xff\xfe", "\xfe\xff"};
         const QStringList parts{"a", "A", "0", "00", "7", "10", "\u0663", "-", " ", "\u00e9", "\u00c9"};
         for (const QString& x : parts)
-            for (const QString& y : parts) names.append((x + y + "z").toUtf8());
+            for (const QString& y : parts)
+                names.append((x + y + "z").toUtf8());
         QList<QByteArray> reference = names;
         assets::sortNaturally(reference);
         QRandomGenerator random(7);

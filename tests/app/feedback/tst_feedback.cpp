@@ -54,7 +54,7 @@ class TestFeedback : public QObject {
         return item;
     }
 
-private slots:
+  private slots:
     void initTestCase() { QGuiApplication::setFont(QFont(QStringLiteral("Noto Sans CJK SC"))); }
     void init() {
         window_ = new QQuickWindow;

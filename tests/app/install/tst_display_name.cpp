@@ -16,7 +16,8 @@ namespace {
 QByteArray plistWith(const QVariantMap& keys) {
     QByteArray xml = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n<dict>\n";
     for (auto it = keys.cbegin(); it != keys.cend(); ++it)
-        xml += "<key>" + it.key().toUtf8() + "</key><string>" + it.value().toString().toUtf8() + "</string>\n";
+        xml +=
+            "<key>" + it.key().toUtf8() + "</key><string>" + it.value().toString().toUtf8() + "</string>\n";
     return xml + "</dict>\n</plist>\n";
 }
 
@@ -25,8 +26,10 @@ QByteArray plistWith(const QVariantMap& keys) {
 class TestDisplayName : public QObject {
     Q_OBJECT
 
-private slots:
-    void initTestCase() { QLocale::setDefault(QLocale(QLocale::Chinese, QLocale::SimplifiedHanScript, QLocale::China)); }
+  private slots:
+    void initTestCase() {
+        QLocale::setDefault(QLocale(QLocale::Chinese, QLocale::SimplifiedHanScript, QLocale::China));
+    }
     void cleanup() { bundle::setBundlePathForTesting({}); }
 
     // Each listed .lproj folder gets the strings line with %1 replaced by its own name.
@@ -36,11 +39,18 @@ private slots:
         QTest::addColumn<QString>("strings");
         QTest::addColumn<QString>("expected");
         const QByteArray both = plistWith({{"CFBundleDisplayName", "速点"}, {"CFBundleName", "BriskoName"}});
-        const QByteArray emptyDisplay = plistWith({{"CFBundleDisplayName", ""}, {"CFBundleName", "BriskoName"}});
+        const QByteArray emptyDisplay =
+            plistWith({{"CFBundleDisplayName", ""}, {"CFBundleName", "BriskoName"}});
         const QString display = "\"CFBundleDisplayName\" = \"%1\";", name = "CFBundleName = \"%1\";";
-        QTest::newRow("display name first") << both << "" << "" << "速点";
-        QTest::newRow("empty display name skipped") << emptyDisplay << "" << "" << "BriskoName";
-        QTest::newRow("no property list") << QByteArray() << "" << "" << "Brisko";
+        QTest::newRow("display name first") << both << ""
+                                            << ""
+                                            << "速点";
+        QTest::newRow("empty display name skipped") << emptyDisplay << ""
+                                                    << ""
+                                                    << "BriskoName";
+        QTest::newRow("no property list") << QByteArray() << ""
+                                          << ""
+                                          << "Brisko";
         QTest::newRow("script folder") << both << "zh-Hans" << display << "zh-Hans";
         QTest::newRow("underscore folder") << both << "zh_CN" << display << "zh_CN";
         QTest::newRow("base folder") << both << "Base" << display << "Base";
@@ -70,9 +80,11 @@ private slots:
         QTest::addColumn<QByteArray>("data");
         QTest::addColumn<QString>("value"); // of key A; empty: absent
         QStringEncoder utf16(QStringEncoder::Utf16LE, QStringEncoder::Flag::WriteBom);
-        QTest::newRow("comments") << QByteArray("/* A = \"no\"; */ // A = \"no\";\nA = \"yes\"; /* end") << "yes";
+        QTest::newRow("comments") << QByteArray("/* A = \"no\"; */ // A = \"no\";\nA = \"yes\"; /* end")
+                                  << "yes";
         QTest::newRow("escapes") << QByteArray(R"("A" = "q\"t\\n\n\U901f";)") << "q\"t\\n\n速";
-        QTest::newRow("utf-16 with byte-order mark") << QByteArray(utf16(QStringLiteral("\"A\" = \"速点\";"))) << "速点";
+        QTest::newRow("utf-16 with byte-order mark")
+            << QByteArray(utf16(QStringLiteral("\"A\" = \"速点\";"))) << "速点";
         QTest::newRow("missing semicolon drops pair") << QByteArray("A = \"1\"") << "";
     }
     void stringsFile() {

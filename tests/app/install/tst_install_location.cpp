@@ -12,7 +12,7 @@ class TestInstallLocation : public QObject {
     Q_OBJECT
     QTemporaryDir opt_{QStringLiteral("/opt/brisko-install-test-XXXXXX")}, tmp_;
 
-private slots:
+  private slots:
     // Real links both ways across /opt; rows name the two folders as <opt> and <tmp>.
     void initTestCase() {
         if (!opt_.isValid()) return;
@@ -32,13 +32,16 @@ private slots:
         QTest::newRow("applications folder itself") << "/Applications" << false;
         QTest::newRow("similar prefix") << "/ApplicationsX/Example.app" << false;
         QTest::newRow("relocated tree") << "/var/jb/Applications/Example.app" << true;
-        QTest::newRow("preboot procursus") << "/private/preboot/ABC123/procursus/Applications/Example.app" << true;
-        QTest::newRow("preboot without procursus") << "/private/preboot/ABC123/Applications/Example.app" << false;
+        QTest::newRow("preboot procursus")
+            << "/private/preboot/ABC123/procursus/Applications/Example.app" << true;
+        QTest::newRow("preboot without procursus")
+            << "/private/preboot/ABC123/Applications/Example.app" << false;
         QTest::newRow("container") << "/private/var/containers/Bundle/Application/0A1B/Example.app" << false;
         QTest::newRow("opt") << "/opt/brisko" << true;
         QTest::newRow("relative") << "Applications/Example.app" << false;
         QTest::newRow("dot-dot into opt") << "/tmp/../opt/brisko" << true;
-        QTest::newRow("dot-dot out of applications") << "/Applications/../home/Example.app" << true; // as written
+        QTest::newRow("dot-dot out of applications")
+            << "/Applications/../home/Example.app" << true; // as written
         QTest::newRow("dot-dot out of usr") << "/usr/../etc/Example.app" << false;
         QTest::newRow("link to an ordinary folder") << "<tmp>/out" << false;
         QTest::newRow("link into opt") << "<tmp>/in" << true;

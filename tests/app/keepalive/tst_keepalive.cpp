@@ -25,7 +25,8 @@ using audio::InterruptionType;
 namespace {
 
 // Anyone may own any name: the fake needs logind's.
-const char* const kBusConfig = R"(<busconfig><type>system</type><listen>unix:path=%1</listen><auth>EXTERNAL</auth>
+const char* const kBusConfig =
+    R"(<busconfig><type>system</type><listen>unix:path=%1</listen><auth>EXTERNAL</auth>
 <policy context="default"><allow user="*"/><allow own="*"/><allow send_destination="*"/>
 <allow receive_sender="*"/></policy></busconfig>)";
 
@@ -35,7 +36,9 @@ template <typename T> QByteArray le(T v) {
     return b;
 }
 
-audio::LoopingPlayer* player() { return const_cast<audio::LoopingPlayer*>(BKDebugKeepAlivePlayer()); }
+audio::LoopingPlayer* player() {
+    return const_cast<audio::LoopingPlayer*>(BKDebugKeepAlivePlayer());
+}
 
 void fire(const QString& trigger) {
     audio::AudioSession& session = audio::AudioSession::shared();
@@ -62,7 +65,7 @@ class FakeLogind : public QObject {
         readEnd_ = -1;
     }
 
-public:
+  public:
     ~FakeLogind() override { closeLock(); }
     int calls = 0;
     QStringList lastArguments;
@@ -71,8 +74,9 @@ public:
         return readEnd_ >= 0 && ::poll(&fd, 1, 0) == 0;
     }
 
-public slots:
-    QDBusUnixFileDescriptor Inhibit(const QString& what, const QString& who, const QString& why, const QString& mode) {
+  public slots:
+    QDBusUnixFileDescriptor Inhibit(const QString& what, const QString& who, const QString& why,
+                                    const QString& mode) {
         ++calls;
         lastArguments = {what, who, why, mode};
         closeLock();
@@ -93,7 +97,7 @@ class TestKeepAlive : public QObject {
     QDBusConnection fakeBus_{QString()};
     bool debugOn_ = true;
 
-private slots:
+  private slots:
     void initTestCase() {
         const QString socket = busDir_.filePath("bus");
         QFile config(busDir_.filePath("bus.conf"));
@@ -107,7 +111,8 @@ private slots:
         qputenv("DBUS_SYSTEM_BUS_ADDRESS", address.toUtf8()); // before anything opens the system bus
         fakeBus_ = QDBusConnection::connectToBus(address, "fake-logind");
         QVERIFY(fakeBus_.registerService("org.freedesktop.login1"));
-        QVERIFY(fakeBus_.registerObject("/org/freedesktop/login1", &logind_, QDBusConnection::ExportAllSlots));
+        QVERIFY(
+            fakeBus_.registerObject("/org/freedesktop/login1", &logind_, QDBusConnection::ExportAllSlots));
         BKSetDebugServiceEnabledProvider([this] { return debugOn_; });
         debugOn_ = false;
         BKInstallDebugAudioKeepAlive();
@@ -134,11 +139,20 @@ private slots:
     void silentWav() {
         const QByteArray wav = BKCreateSilentWAVData();
         QCOMPARE(wav.size(), 44 + 64000);
-        const std::pair<int, QByteArray> fields[] = {
-            {0, "RIFF"}, {4, le<quint32>(64036)}, {8, "WAVE"},
-            {12, "fmt "}, {16, le<quint32>(16)}, {20, le<quint16>(1)}, {22, le<quint16>(1)},
-            {24, le<quint32>(16000)}, {28, le<quint32>(32000)}, {32, le<quint16>(2)}, {34, le<quint16>(16)},
-            {36, "data"}, {40, le<quint32>(64000)}, {44, QByteArray(64000, '\0')}};
+        const std::pair<int, QByteArray> fields[] = {{0, "RIFF"},
+                                                     {4, le<quint32>(64036)},
+                                                     {8, "WAVE"},
+                                                     {12, "fmt "},
+                                                     {16, le<quint32>(16)},
+                                                     {20, le<quint16>(1)},
+                                                     {22, le<quint16>(1)},
+                                                     {24, le<quint32>(16000)},
+                                                     {28, le<quint32>(32000)},
+                                                     {32, le<quint16>(2)},
+                                                     {34, le<quint16>(16)},
+                                                     {36, "data"},
+                                                     {40, le<quint32>(64000)},
+                                                     {44, QByteArray(64000, '\0')}};
         for (const auto& [offset, field] : fields)
             QVERIFY2(wav.mid(offset, field.size()) == field, qPrintable(QString("at %1").arg(offset)));
     }
@@ -176,7 +190,7 @@ private slots:
     void triggers_data() {
         QTest::addColumn<QString>("trigger");
         QTest::addColumn<bool>("playing");
-        QTest::addColumn<bool>("rebuilt"); // a fresh player on a fresh buffer
+        QTest::addColumn<bool>("rebuilt");                   // a fresh player on a fresh buffer
         QTest::newRow("start") << "start" << false << false; // off only
         QTest::newRow("install") << "install" << false << false;
         QTest::newRow("interruption ended") << "interruption ended" << true << false;

@@ -32,7 +32,9 @@ int countingSpawner(const QString& path, const QStringList& arguments) {
     return BKKit::spawnAsRoot(path, arguments);
 }
 
-QString fakeDaemonBinary() { return qEnvironmentVariable("BRISKO_TEST_BIN_DIR") + "/fake_floatball"; }
+QString fakeDaemonBinary() {
+    return qEnvironmentVariable("BRISKO_TEST_BIN_DIR") + "/fake_floatball";
+}
 
 QJsonObject readRecord(const QString& path) {
     QFile file(path);
@@ -42,7 +44,8 @@ QJsonObject readRecord(const QString& path) {
 
 QStringList strings(const QJsonArray& array) {
     QStringList list;
-    for (const auto& value : array) list << value.toString();
+    for (const auto& value : array)
+        list << value.toString();
     return list;
 }
 
@@ -92,7 +95,7 @@ class LaunchTest : public QObject {
         return s_pings - before;
     }
 
-private slots:
+  private slots:
     void initTestCase() {
         if (qEnvironmentVariableIsEmpty("DBUS_SYSTEM_BUS_ADDRESS")) QSKIP("needs the private system bus");
         bundle::enableTestMode();
@@ -168,7 +171,8 @@ private slots:
         QElapsedTimer clock;
         clock.start();
         QVERIFY(!BKWaitForFloatballAlive(0.2));
-        QVERIFY2(clock.elapsed() >= 190 && clock.elapsed() < 1000, qPrintable(QString::number(clock.elapsed())));
+        QVERIFY2(clock.elapsed() >= 190 && clock.elapsed() < 1000,
+                 qPrintable(QString::number(clock.elapsed())));
         // A late answer is ignored and does not satisfy the next wait.
         notify::post(names::kAlive);
         QTest::qWait(100);

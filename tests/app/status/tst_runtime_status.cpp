@@ -17,10 +17,10 @@ namespace {
 
 class CountingScreen : public ui::ViewController {
     Q_OBJECT
-public:
+  public:
     int refreshes = 0;
     bool loadedAtRefresh = false;
-public slots:
+  public slots:
     void refreshData() {
         ++refreshes;
         loadedAtRefresh = _runtimeStatusLoaded;
@@ -31,16 +31,20 @@ using Callback = void (*)();
 
 const QHash<QString, Callback>& callbacks() {
     static const QHash<QString, Callback> table = {
-        {"connected", BKOnDebugConnected},       {"disconnected", BKOnDebugDisconnected},
-        {"alive", BKOnFloatballAlive},           {"running", BKOnFloatballScriptRunning},
-        {"stopped", BKOnFloatballScriptStopped}, {"enabled", BKOnFloatballDebugEnabled},
+        {"connected", BKOnDebugConnected},
+        {"disconnected", BKOnDebugDisconnected},
+        {"alive", BKOnFloatballAlive},
+        {"running", BKOnFloatballScriptRunning},
+        {"stopped", BKOnFloatballScriptStopped},
+        {"enabled", BKOnFloatballDebugEnabled},
         {"disabled", BKOnFloatballDebugDisabled},
     };
     return table;
 }
 
 void deliver(const QStringList& events) {
-    for (const QString& event : events) callbacks().value(event)();
+    for (const QString& event : events)
+        callbacks().value(event)();
     QCoreApplication::processEvents();
 }
 
@@ -49,7 +53,7 @@ void deliver(const QStringList& events) {
 class RuntimeStatusTest : public QObject {
     Q_OBJECT
 
-private slots:
+  private slots:
     void init() {
         resetRuntimeStatusForTesting();
         _mainVC = nullptr;
@@ -64,18 +68,27 @@ private slots:
         QTest::addColumn<QString>("status");
 
         const QString none;
-        QTest::newRow("alive only marks loaded") << false << false << QStringList{"alive"} << false << false << none;
+        QTest::newRow("alive only marks loaded")
+            << false << false << QStringList{"alive"} << false << false << none;
         QTest::newRow("script running") << true << true << QStringList{"running"} << true << true << none;
         QTest::newRow("script stopped") << false << true << QStringList{"stopped"} << false << true << none;
         QTest::newRow("connected") << false << false << QStringList{"connected"} << false << true << "已连接";
-        QTest::newRow("disconnected, service off") << false << true << QStringList{"disconnected"} << false << false << "已关闭";
-        QTest::newRow("disconnected, service on") << true << true << QStringList{"disconnected"} << true << false << "等待连接...";
-        QTest::newRow("enabled without client") << false << false << QStringList{"enabled"} << true << false << "等待连接...";
-        QTest::newRow("enabled with client") << false << true << QStringList{"enabled"} << true << true << "已连接";
-        QTest::newRow("disabled clears the client") << true << true << QStringList{"disabled"} << false << false << "已关闭";
-        QTest::newRow("disabled then enabled waits") << true << true << QStringList{"disabled", "enabled"} << true << false << "等待连接...";
-        QTest::newRow("delivery order: connect then disable") << true << false << QStringList{"connected", "disabled"} << false << false << "已关闭";
-        QTest::newRow("delivery order: disable then connect") << true << false << QStringList{"disabled", "connected"} << false << true << "已连接";
+        QTest::newRow("disconnected, service off")
+            << false << true << QStringList{"disconnected"} << false << false << "已关闭";
+        QTest::newRow("disconnected, service on")
+            << true << true << QStringList{"disconnected"} << true << false << "等待连接...";
+        QTest::newRow("enabled without client")
+            << false << false << QStringList{"enabled"} << true << false << "等待连接...";
+        QTest::newRow("enabled with client")
+            << false << true << QStringList{"enabled"} << true << true << "已连接";
+        QTest::newRow("disabled clears the client")
+            << true << true << QStringList{"disabled"} << false << false << "已关闭";
+        QTest::newRow("disabled then enabled waits")
+            << true << true << QStringList{"disabled", "enabled"} << true << false << "等待连接...";
+        QTest::newRow("delivery order: connect then disable")
+            << true << false << QStringList{"connected", "disabled"} << false << false << "已关闭";
+        QTest::newRow("delivery order: disable then connect")
+            << true << false << QStringList{"disabled", "connected"} << false << true << "已连接";
     }
 
     void callbacksUpdateTheStatus() {
@@ -121,9 +134,9 @@ private slots:
         if (qEnvironmentVariableIsEmpty("DBUS_SYSTEM_BUS_ADDRESS")) QSKIP("needs the private system bus");
         BKAddDaemonObservers();
         QVERIFY(notify::waitUntilReady(3000));
-        const int exitCode = QProcess::execute(
-            "dbus-send", {"--system", "--type=signal", "/com/brisko/Notify", "com.brisko.Notify.Post",
-                          "string:com.brisko.floatball.debug.enabled"});
+        const int exitCode = QProcess::execute("dbus-send", {"--system", "--type=signal",
+                                                             "/com/brisko/Notify", "com.brisko.Notify.Post",
+                                                             "string:com.brisko.floatball.debug.enabled"});
         QCOMPARE(exitCode, 0);
         QTRY_VERIFY_WITH_TIMEOUT(_debugServiceEnabled, 3000);
         QCOMPARE(_debugStatus, QString("等待连接..."));

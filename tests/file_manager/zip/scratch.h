@@ -12,11 +12,10 @@
 namespace ziptest {
 
 class Scratch {
-public:
+  public:
     Scratch()
         : dir_((QFileInfo("/dev/shm").isWritable() ? QStringLiteral("/dev/shm") : QDir::tempPath()) +
-               "/unzip-test-XXXXXX")
-    {
+               "/unzip-test-XXXXXX") {
         QDir().mkpath(dest());
         QDir().mkpath(path("outside"));
         writeFile(path("outside/victim.txt"), kVictim);
@@ -28,14 +27,12 @@ public:
     QString dest() const { return dir_.filePath("dest"); }
     QString dest(const QString& relative) const { return dir_.filePath("dest/" + relative); }
 
-    bool unzip(const QByteArray& archive, uint64_t room = 0)
-    {
+    bool unzip(const QByteArray& archive, uint64_t room = 0) {
         writeFile(path("archive.zip"), archive);
         return unzipFile(path("archive.zip"), room);
     }
     // room: what the destination's file system may still take, measured now (0: the default floor).
-    bool unzipFile(const QString& archive, uint64_t room = 0)
-    {
+    bool unzipFile(const QString& archive, uint64_t room = 0) {
         brisko::UnzipLimits limits;
         if (room) {
             struct statvfs vfs {};
@@ -48,8 +45,7 @@ public:
                                    QFile::encodeName(dest()).toStdString(), limits);
     }
 
-    bool outsideUntouched() const
-    {
+    bool outsideUntouched() const {
         const QStringList all = tree(dir_.path()).filter(QRegularExpression("^(?!dest[/@]?|archive\\.zip$)"));
         return all == QStringList{"outside/", "outside/victim.txt"} &&
                readFile(path("outside/victim.txt")) == kVictim;
@@ -57,8 +53,8 @@ public:
 
     QStringList output() const { return tree(dest()); }
 
-private:
+  private:
     QTemporaryDir dir_;
 };
 
-}  // namespace ziptest
+} // namespace ziptest

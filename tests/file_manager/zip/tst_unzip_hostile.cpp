@@ -9,7 +9,7 @@ using namespace ziptest;
 class TestUnzipHostile : public QObject {
     Q_OBJECT
 
-private slots:
+  private slots:
     void entryNames_data();
     void entryNames();
     void plantedLinksAreNeverWrittenThrough_data();
@@ -20,14 +20,13 @@ private slots:
     void freeSpaceFloor();
 };
 
-void TestUnzipHostile::entryNames_data()
-{
+void TestUnzipHostile::entryNames_data() {
     QTest::addColumn<QByteArray>("name");
     QTest::addColumn<QStringList>("output");
     const QStringList nothing;
     QTest::newRow("../x") << QByteArray("../x") << nothing;
     QTest::newRow("x/../../y") << QByteArray("x/../../y") << nothing;
-    QTest::newRow("a..b.txt") << QByteArray("a..b.txt") << nothing;  // ".." anywhere, even harmless
+    QTest::newRow("a..b.txt") << QByteArray("a..b.txt") << nothing; // ".." anywhere, even harmless
     QTest::newRow("/abs/z.txt") << QByteArray("/abs/z.txt") << QStringList({"abs/", "abs/z.txt"});
     QTest::newRow("a/./b.txt") << QByteArray("a/./b.txt") << QStringList({"a/", "a/b.txt"});
     QTest::newRow("a/. (a folder, no file)") << QByteArray("a/.") << QStringList({"a/"});
@@ -36,11 +35,12 @@ void TestUnzipHostile::entryNames_data()
     QTest::newRow("/") << QByteArray("/") << nothing;
     QTest::newRow("NUL inside") << QByteArray("evil\0.txt", 9) << nothing;
     QTest::newRow("path past PATH_MAX") << QByteArray("d/").repeated(2100) + "f" << nothing;
-    QTest::newRow("overlong slash") << QByteArray("a\xc0\xaf" "b") << QStringList({"aÀ¯b"});
+    QTest::newRow("overlong slash") << QByteArray("a\xc0\xaf"
+                                                  "b")
+                                    << QStringList({"aÀ¯b"});
 }
 
-void TestUnzipHostile::entryNames()
-{
+void TestUnzipHostile::entryNames() {
     QFETCH(QByteArray, name);
     QFETCH(QStringList, output);
     Scratch s;
@@ -49,25 +49,29 @@ void TestUnzipHostile::entryNames()
     QVERIFY(s.outsideUntouched());
 }
 
-void TestUnzipHostile::plantedLinksAreNeverWrittenThrough_data()
-{
-    QTest::addColumn<QString>("link");  // planted in dest
+void TestUnzipHostile::plantedLinksAreNeverWrittenThrough_data() {
+    QTest::addColumn<QString>("link"); // planted in dest
     QTest::addColumn<QString>("target");
     QTest::addColumn<QByteArray>("name");
     QTest::addColumn<QString>("output");
-    QTest::newRow("folder link out") << "up" << "../outside" << QByteArray("up/new.txt") << "real/ up@";
+    QTest::newRow("folder link out") << "up"
+                                     << "../outside" << QByteArray("up/new.txt") << "real/ up@";
     QTest::newRow("link inside climbs out")
-        << "real/esc" << "../../outside" << QByteArray("real/esc/victim.txt") << "real/ real/esc@";
-    QTest::newRow("folder link inside") << "in" << "real" << QByteArray("in/x.txt") << "in@ real/ real/x.txt";
+        << "real/esc"
+        << "../../outside" << QByteArray("real/esc/victim.txt") << "real/ real/esc@";
+    QTest::newRow("folder link inside") << "in"
+                                        << "real" << QByteArray("in/x.txt") << "in@ real/ real/x.txt";
     QTest::newRow("file link out is replaced")
-        << "victim.txt" << "../outside/victim.txt" << QByteArray("victim.txt") << "real/ victim.txt";
+        << "victim.txt"
+        << "../outside/victim.txt" << QByteArray("victim.txt") << "real/ victim.txt";
     QTest::newRow("dangling link is replaced")
-        << "ghost.txt" << "../outside/ghost.txt" << QByteArray("ghost.txt") << "ghost.txt real/";
-    QTest::newRow("link loop") << "loop" << "loop" << QByteArray("loop/x") << "loop@ real/";
+        << "ghost.txt"
+        << "../outside/ghost.txt" << QByteArray("ghost.txt") << "ghost.txt real/";
+    QTest::newRow("link loop") << "loop"
+                               << "loop" << QByteArray("loop/x") << "loop@ real/";
 }
 
-void TestUnzipHostile::plantedLinksAreNeverWrittenThrough()
-{
+void TestUnzipHostile::plantedLinksAreNeverWrittenThrough() {
     QFETCH(QString, link);
     QFETCH(QString, target);
     QFETCH(QByteArray, name);
@@ -83,8 +87,7 @@ void TestUnzipHostile::plantedLinksAreNeverWrittenThrough()
             QCOMPARE(readFile(s.dest(entry)), QByteArray("payload"));
 }
 
-void TestUnzipHostile::fieldsThatLie_data()
-{
+void TestUnzipHostile::fieldsThatLie_data() {
     QTest::addColumn<QByteArray>("archive");
     QTest::addColumn<QStringList>("output");
     const Entry after = stored("after.txt", "after");
@@ -104,7 +107,7 @@ void TestUnzipHostile::fieldsThatLie_data()
     QTest::newRow("deflate, both 0xFFFFFFFF") << lie(deflated("lie", data), ~0u, ~0u) << afterOnly;
 
     Entry one = stored("one.txt", "one");
-    one.localHeaderOffset = 0;  // no header of its own
+    one.localHeaderOffset = 0; // no header of its own
     const uint32_t end = build({one, after}).size();
     for (const uint32_t offset : {end - 10, end, 0xFFFFFFFFu}) {
         one.localHeaderOffset = offset;
@@ -135,8 +138,7 @@ void TestUnzipHostile::fieldsThatLie_data()
     QTest::newRow("entry inside a later one") << build({b, a}) << QStringList({"b"});
 }
 
-void TestUnzipHostile::fieldsThatLie()
-{
+void TestUnzipHostile::fieldsThatLie() {
     QFETCH(QByteArray, archive);
     QFETCH(QStringList, output);
     Scratch s;
@@ -145,10 +147,9 @@ void TestUnzipHostile::fieldsThatLie()
     QVERIFY(s.outsideUntouched());
 }
 
-void TestUnzipHostile::freeSpaceFloor_data()
-{
+void TestUnzipHostile::freeSpaceFloor_data() {
     QTest::addColumn<QByteArray>("archive");
-    QTest::addColumn<quint64>("room");  // 0: the default floor, 5 % and 1 GiB
+    QTest::addColumn<quint64>("room"); // 0: the default floor, 5 % and 1 GiB
     QTest::addColumn<QStringList>("output");
     // An honest bomb: entries that truly inflate to 256 MiB each.
     const Entry big = deflated("big", QByteArray(1 << 20, '\0'), 256 << 20);
@@ -162,8 +163,7 @@ void TestUnzipHostile::freeSpaceFloor_data()
     QTest::newRow("default floor") << big24 << quint64(0) << QStringList({"big.bin", "small.txt"});
 }
 
-void TestUnzipHostile::freeSpaceFloor()
-{
+void TestUnzipHostile::freeSpaceFloor() {
     QFETCH(QByteArray, archive);
     QFETCH(quint64, room);
     QFETCH(QStringList, output);
@@ -172,7 +172,7 @@ void TestUnzipHostile::freeSpaceFloor()
     QCOMPARE(s.output(), output);
     QVERIFY(s.outsideUntouched());
     if (output.contains("big"))
-        QCOMPARE(QFileInfo(s.dest("big")).size(), qint64(256) << 20);  // whole, not cut at some buffer
+        QCOMPARE(QFileInfo(s.dest("big")).size(), qint64(256) << 20); // whole, not cut at some buffer
 }
 
 QTEST_GUILESS_MAIN(TestUnzipHostile)

@@ -8,20 +8,19 @@ using namespace ziptest;
 
 namespace {
 
-QByteArray text(int size)
-{
+QByteArray text(int size) {
     QByteArray out;
     for (int i = 0; out.size() < size; ++i)
         out += "line " + QByteArray::number(i) + " of some text that compresses well\n";
     return out.left(size);
 }
 
-}  // namespace
+} // namespace
 
 class TestUnzipRules : public QObject {
     Q_OBJECT
 
-private slots:
+  private slots:
     void walk_data();
     void walk();
     void onePieceAndStreamed_data();
@@ -30,8 +29,7 @@ private slots:
     void missingArchiveAndDestination();
 };
 
-void TestUnzipRules::walk_data()
-{
+void TestUnzipRules::walk_data() {
     QTest::addColumn<QByteArray>("archive");
     QTest::addColumn<bool>("result");
     QTest::addColumn<QString>("output");
@@ -67,8 +65,7 @@ void TestUnzipRules::walk_data()
     QTest::newRow("empty files") << build({stored("s", ""), deflated("d", "")}) << true << "d s";
 }
 
-void TestUnzipRules::walk()
-{
+void TestUnzipRules::walk() {
     QFETCH(QByteArray, archive);
     QFETCH(bool, result);
     QFETCH(QString, output);
@@ -78,12 +75,11 @@ void TestUnzipRules::walk()
     QVERIFY(s.outsideUntouched());
 }
 
-void TestUnzipRules::onePieceAndStreamed_data()
-{
+void TestUnzipRules::onePieceAndStreamed_data() {
     QTest::addColumn<int>("size");
     QTest::addColumn<int>("declared");
     QTest::addColumn<bool>("truncate");
-    QTest::addColumn<int>("expected");  // bytes in the output file; -1: no file; -2: a prefix
+    QTest::addColumn<int>("expected"); // bytes in the output file; -1: no file; -2: a prefix
     QTest::newRow("exactly 524288, one piece") << 524288 << 524288 << false << 524288;
     QTest::newRow("524289 streams") << 524289 << 524289 << false << 524289;
     QTest::newRow("3 MiB stream smaller than declared") << (3 << 20) << (20 << 20) << false << (3 << 20);
@@ -94,8 +90,7 @@ void TestUnzipRules::onePieceAndStreamed_data()
     QTest::newRow("stream larger than declared: no file") << (2 << 20) << 600000 << false << -1;
 }
 
-void TestUnzipRules::onePieceAndStreamed()
-{
+void TestUnzipRules::onePieceAndStreamed() {
     QFETCH(int, size);
     QFETCH(int, declared);
     QFETCH(bool, truncate);
@@ -103,8 +98,7 @@ void TestUnzipRules::onePieceAndStreamed()
     const QByteArray data = text(size);
     Entry e = deflated("out", data);
     e.uncompressedSize = static_cast<uint32_t>(declared);
-    if (truncate)
-        e.payload.truncate(e.payload.size() * 2 / 3);
+    if (truncate) e.payload.truncate(e.payload.size() * 2 / 3);
     Scratch s;
     QVERIFY(s.unzip(build({e, stored("after", "after")})));
     QCOMPARE(readFile(s.dest("after")), QByteArray("after"));
@@ -117,24 +111,22 @@ void TestUnzipRules::onePieceAndStreamed()
         QCOMPARE(out, data.left(expected));
 }
 
-void TestUnzipRules::existingFiles()
-{
+void TestUnzipRules::existingFiles() {
     // Replaced by shorter and streamed output alike; kept when their entry fails.
     Scratch s;
     QVERIFY(writeFile(s.dest("a"), "old content that is longer"));
     QVERIFY(writeFile(s.dest("b"), "old"));
     QVERIFY(writeFile(s.dest("keep"), "keep me"));
     Entry broken = deflated("keep", text(2 << 20));
-    broken.uncompressedSize = 600000;  // the stream fails once it passes this
+    broken.uncompressedSize = 600000; // the stream fails once it passes this
     QVERIFY(s.unzip(build({stored("a", "new"), deflated("b", text(700000)), broken})));
     QCOMPARE(readFile(s.dest("a")), QByteArray("new"));
     QCOMPARE(readFile(s.dest("b")), text(700000));
     QCOMPARE(readFile(s.dest("keep")), QByteArray("keep me"));
-    QCOMPARE(s.output(), QStringList({"a", "b", "keep"}));  // no temporary files left behind
+    QCOMPARE(s.output(), QStringList({"a", "b", "keep"})); // no temporary files left behind
 }
 
-void TestUnzipRules::missingArchiveAndDestination()
-{
+void TestUnzipRules::missingArchiveAndDestination() {
     Scratch s;
     QVERIFY(!s.unzipFile(s.path("missing.zip")));
     QVERIFY(!s.unzipFile(s.path("outside")));

@@ -13,8 +13,7 @@
 namespace ziptest {
 
 // `total` bytes of `data` repeated, deflated a piece at a time so bombs never sit in memory.
-inline QByteArray deflateRaw(const QByteArray& data, qint64 total = -1)
-{
+inline QByteArray deflateRaw(const QByteArray& data, qint64 total = -1) {
     z_stream s{};
     deflateInit2(&s, 9, Z_DEFLATED, -15, 9, Z_DEFAULT_STRATEGY);
     QByteArray out, chunk(1 << 16, Qt::Uninitialized);
@@ -37,49 +36,43 @@ inline QByteArray deflateRaw(const QByteArray& data, qint64 total = -1)
 
 struct Entry {
     QByteArray name;
-    QByteArray payload;  // as stored in the archive (already deflated for method 8)
+    QByteArray payload; // as stored in the archive (already deflated for method 8)
     uint16_t method = 0;
     uint32_t uncompressedSize = 0;
-    std::optional<uint32_t> compressedSize;     // default: payload size
-    std::optional<uint32_t> localHeaderOffset;  // when set, the entry gets no local header of its own
+    std::optional<uint32_t> compressedSize;    // default: payload size
+    std::optional<uint32_t> localHeaderOffset; // when set, the entry gets no local header of its own
     QByteArray comment;
 };
 
-inline Entry stored(const QByteArray& name, const QByteArray& data)
-{
+inline Entry stored(const QByteArray& name, const QByteArray& data) {
     return {name, data, 0, static_cast<uint32_t>(data.size()), {}, {}, {}};
 }
 
-inline Entry deflated(const QByteArray& name, const QByteArray& data, qint64 total = -1)
-{
+inline Entry deflated(const QByteArray& name, const QByteArray& data, qint64 total = -1) {
     const auto uncompressed = static_cast<uint32_t>(total < 0 ? data.size() : total);
     return {name, deflateRaw(data, total), 8, uncompressed, {}, {}, {}};
 }
 
 struct Layout {
-    std::optional<uint16_t> entryCount;  // default: the number of entries
+    std::optional<uint16_t> entryCount; // default: the number of entries
     std::optional<uint32_t> directoryOffset;
     QByteArray archiveComment;
 };
 
 static_assert(std::endian::native == std::endian::little, "fields are appended in host order");
 
-template <typename... Field>
-void put(QByteArray& zip, Field... fields)
-{
+template <typename... Field> void put(QByteArray& zip, Field... fields) {
     (zip.append(reinterpret_cast<const char*>(&fields), sizeof fields), ...);
 }
 
-inline QByteArray build(const std::vector<Entry>& entries, const Layout& layout = {})
-{
+inline QByteArray build(const std::vector<Entry>& entries, const Layout& layout = {}) {
     using u16 = uint16_t;
     using u32 = uint32_t;
     QByteArray zip;
     std::vector<u32> offsets;
     for (const Entry& e : entries) {
         offsets.push_back(e.localHeaderOffset.value_or(zip.size()));
-        if (e.localHeaderOffset)
-            continue;
+        if (e.localHeaderOffset) continue;
         put(zip, u32(0x04034b50), u16(20), u16(0), e.method, u32(0), u32(0), u32(e.payload.size()),
             e.uncompressedSize, u16(e.name.size()), u16(0));
         zip.append(e.name).append(e.payload);
@@ -98,21 +91,18 @@ inline QByteArray build(const std::vector<Entry>& entries, const Layout& layout 
     return zip.append(layout.archiveComment);
 }
 
-inline bool writeFile(const QString& path, const QByteArray& bytes)
-{
+inline bool writeFile(const QString& path, const QByteArray& bytes) {
     QFile f(path);
     return f.open(QIODevice::WriteOnly | QIODevice::Truncate) && f.write(bytes) == bytes.size();
 }
 
-inline QByteArray readFile(const QString& path)
-{
+inline QByteArray readFile(const QString& path) {
     QFile f(path);
     return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
 }
 
 // What lies under `root`: "path" for files, "path/" for folders, "path@" for links; sorted.
-inline QStringList tree(const QString& root)
-{
+inline QStringList tree(const QString& root) {
     QStringList out;
     QDirIterator it(root, QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System,
                     QDirIterator::Subdirectories);
@@ -125,4 +115,4 @@ inline QStringList tree(const QString& root)
     return out;
 }
 
-}  // namespace ziptest
+} // namespace ziptest

@@ -27,34 +27,40 @@ QByteArray chunk(const QByteArray& id, const QByteArray& body, qint64 claimedSiz
     return body.size() % 2 ? out + '\0' : out;
 }
 
-QByteArray riff(const QByteArray& chunks) { return "RIFF" + le(quint32(chunks.size() + 4)) + "WAVE" + chunks; }
+QByteArray riff(const QByteArray& chunks) {
+    return "RIFF" + le(quint32(chunks.size() + 4)) + "WAVE" + chunks;
+}
 
 } // namespace
 
 class TestAudio : public QObject {
     Q_OBJECT
 
-private slots:
+  private slots:
     void readWav_data() {
         QTest::addColumn<QByteArray>("file");
         QTest::addColumn<QString>("sound"); // rate/channels/sample bytes; empty: unreadable
         const QByteArray pcm16 = fmtChunk(1, 1, 16000, 16), data = chunk("data", QByteArray(64, 1));
         QTest::newRow("16-bit mono") << riff(pcm16 + data) << "16000/1/64";
         QTest::newRow("8-bit stereo") << riff(fmtChunk(1, 2, 8000, 8) + data) << "8000/2/64";
-        QTest::newRow("odd chunk skipped with its padding") << riff(pcm16 + chunk("LIST", "abc") + data) << "16000/1/64";
-        QTest::newRow("data size beyond the file") << riff(pcm16 + chunk("data", QByteArray(64, 1), 1000)) << "16000/1/64";
-        QTest::newRow("partial last frame dropped") << riff(fmtChunk(1, 2, 8000, 16) + chunk("data", QByteArray(66, 1)))
-                                                    << "8000/2/64";
+        QTest::newRow("odd chunk skipped with its padding")
+            << riff(pcm16 + chunk("LIST", "abc") + data) << "16000/1/64";
+        QTest::newRow("data size beyond the file")
+            << riff(pcm16 + chunk("data", QByteArray(64, 1), 1000)) << "16000/1/64";
+        QTest::newRow("partial last frame dropped")
+            << riff(fmtChunk(1, 2, 8000, 16) + chunk("data", QByteArray(66, 1))) << "8000/2/64";
         QTest::newRow("not wave") << QByteArray("RIFF\0\0\0\0AVI ", 12) + pcm16 + data << "";
         QTest::newRow("float samples") << riff(fmtChunk(3, 1, 16000, 32) + data) << "";
         QTest::newRow("short fmt chunk") << riff(fmtChunk(1, 1, 16000, 16, 12) + data) << "";
         QTest::newRow("empty data") << riff(pcm16 + chunk("data", {})) << "";
-        QTest::newRow("chunk size past the end") << riff(pcm16 + chunk("LIST", "ab", 0xFFFFFFF0) + data) << "";
+        QTest::newRow("chunk size past the end")
+            << riff(pcm16 + chunk("LIST", "ab", 0xFFFFFFF0) + data) << "";
     }
     void readWav() {
         QFETCH(QByteArray, file);
         const auto sound = brisko::audio::readWav(file);
-        const QString read = sound ? QString("%1/%2/%3").arg(sound->format.sampleRate())
+        const QString read = sound ? QString("%1/%2/%3")
+                                         .arg(sound->format.sampleRate())
                                          .arg(sound->format.channelCount())
                                          .arg(sound->samples.size())
                                    : QString();
@@ -77,10 +83,12 @@ private slots:
         LoopDevice device("0123456789", loops);
         QVERIFY(device.open(QIODevice::ReadOnly));
         QByteArray all;
-        for (int i = 0; i < 100 && !device.atEnd(); ++i) all += device.read(readSize);
+        for (int i = 0; i < 100 && !device.atEnd(); ++i)
+            all += device.read(readSize);
         QCOMPARE(all.size(), expectedTotal < 0 ? 100 * readSize : expectedTotal);
         QCOMPARE(device.atEnd(), expectedTotal >= 0);
-        for (int i = 0; i < all.size(); ++i) QCOMPARE(all[i], char('0' + i % 10));
+        for (int i = 0; i < all.size(); ++i)
+            QCOMPARE(all[i], char('0' + i % 10));
     }
 };
 

@@ -40,7 +40,7 @@ const QString kTreeModel = "/proc/device-tree/model", kTreeSerial = "/proc/devic
 class DeviceTest : public QObject {
     Q_OBJECT
 
-private slots:
+  private slots:
     void formatBytes_data() {
         QTest::addColumn<quint64>("bytes");
         QTest::addColumn<QString>("text");
@@ -64,18 +64,21 @@ private slots:
         const QString osRelease = "/etc/os-release";
         utsname name{};
         uname(&name);
-        QTest::newRow("PC with DMI")
-            << Files{{kDmiName, "ThinkPad X1\n"}, {kDmiSerial, "PF2ABCDE\n"},
-                     {osRelease, "NAME=Debian\nPRETTY_NAME=\"Debian 12\"\nVERSION=12\n"}}
-            << "ThinkPad X1" << QVariant("PF2ABCDE") << "Debian 12";
+        QTest::newRow("PC with DMI") << Files{{kDmiName, "ThinkPad X1\n"},
+                                              {kDmiSerial, "PF2ABCDE\n"},
+                                              {osRelease,
+                                               "NAME=Debian\nPRETTY_NAME=\"Debian 12\"\nVERSION=12\n"}}
+                                     << "ThinkPad X1" << QVariant("PF2ABCDE") << "Debian 12";
         QTest::newRow("board with a device tree")
-            << Files{{kTreeModel, QByteArray("Raspberry Pi 4\0", 15)}, {kTreeSerial, QByteArray("1000ab\0", 7)},
+            << Files{{kTreeModel, QByteArray("Raspberry Pi 4\0", 15)},
+                     {kTreeSerial, QByteArray("1000ab\0", 7)},
                      {osRelease, "NAME=Fedora\nVERSION='39 (Workstation)'\n"}}
             << "Raspberry Pi 4" << QVariant("1000ab") << "Fedora 39 (Workstation)";
         QTest::newRow("blank DMI falls through to the device tree")
-            << Files{{kDmiName, "  \n"}, {kDmiSerial, "\n"}, {kTreeModel, "Board"}, {kTreeSerial, "S1"}} << "Board"
-            << QVariant("S1") << "Linux";
-        QTest::newRow("nothing readable") << Files{} << QString::fromUtf8(name.machine) << QVariant() << "Linux";
+            << Files{{kDmiName, "  \n"}, {kDmiSerial, "\n"}, {kTreeModel, "Board"}, {kTreeSerial, "S1"}}
+            << "Board" << QVariant("S1") << "Linux";
+        QTest::newRow("nothing readable")
+            << Files{} << QString::fromUtf8(name.machine) << QVariant() << "Linux";
     }
     void identity() {
         QFETCH(Files, files);
@@ -89,10 +92,11 @@ private slots:
         QTest::addColumn<QByteArray>("meminfo");
         QTest::addColumn<quint64>("physicalKiB");
         QTest::addColumn<quint64>("usedKiB");
-        QTest::newRow("full") << QByteArray("MemTotal: 8000000 kB\nMemFree: 1000000 kB\nActive: 3000000 kB\n"
-                                            "Inactive: 2000000 kB\nActive(anon): 2000000 kB\nUnevictable: 1000 kB\n"
-                                            "Mlocked: 500 kB\nSUnreclaim: 20000 kB\nKernelStack: 3000 kB\n"
-                                            "PageTables: 6000 kB\n")
+        QTest::newRow("full") << QByteArray(
+                                     "MemTotal: 8000000 kB\nMemFree: 1000000 kB\nActive: 3000000 kB\n"
+                                     "Inactive: 2000000 kB\nActive(anon): 2000000 kB\nUnevictable: 1000 kB\n"
+                                     "Mlocked: 500 kB\nSUnreclaim: 20000 kB\nKernelStack: 3000 kB\n"
+                                     "PageTables: 6000 kB\n")
                               << quint64(8000000) << quint64(3000000 + 1000 + 20000 + 3000 + 6000);
         QTest::newRow("unreadable") << QByteArray() << quint64(0) << quint64(0);
     }
@@ -108,12 +112,14 @@ private slots:
         QTest::addColumn<QList<BKInterfaceAddress>>("addresses");
         QTest::addColumn<QString>("address");
         const BKInterfaceAddress wlanV6{"wlan0", AF_INET6, "fe80::1"}, eth{"eth0", AF_INET, "10.0.0.2"};
-        const BKInterfaceAddress wlanA{"wlan0", AF_INET, "192.168.1.20"}, wlanB{"wlan0", AF_INET, "192.168.1.21"};
+        const BKInterfaceAddress wlanA{"wlan0", AF_INET, "192.168.1.20"},
+            wlanB{"wlan0", AF_INET, "192.168.1.21"};
         QTest::newRow("wired and IPv6-only wireless") << QList{wlanV6, eth} << QString();
         QTest::newRow("first of several on the link") << QList{eth, wlanV6, wlanA, wlanB} << "192.168.1.20";
-        QTest::newRow("wireless found by its phy") << QList{eth, {"wlp2s0", AF_INET, "172.16.0.9"}} << "172.16.0.9";
-        QTest::newRow("name escaping the tree") << QList{BKInterfaceAddress{"../net/wlan0", AF_INET, "1.2.3.4"}}
-                                                << QString();
+        QTest::newRow("wireless found by its phy")
+            << QList{eth, {"wlp2s0", AF_INET, "172.16.0.9"}} << "172.16.0.9";
+        QTest::newRow("name escaping the tree")
+            << QList{BKInterfaceAddress{"../net/wlan0", AF_INET, "1.2.3.4"}} << QString();
     }
     void wifiAddress() {
         QFETCH(QList<BKInterfaceAddress>, addresses);

@@ -14,7 +14,7 @@ using namespace brisko;
 class DispatchTest : public QObject {
     Q_OBJECT
 
-private slots:
+  private slots:
     void workerHopsToTheMainThreadInOrder() {
         QStringList order;
         std::atomic<bool> workerWasMain{true};
@@ -33,7 +33,10 @@ private slots:
         QElapsedTimer clock;
         clock.start();
         qint64 lateAt = 0;
-        dispatchMainAfter(0.3, [&] { order << "late"; lateAt = clock.elapsed(); });
+        dispatchMainAfter(0.3, [&] {
+            order << "late";
+            lateAt = clock.elapsed();
+        });
         dispatchMainAfter(0.1, [&] { order << "early"; });
         dispatchMainAfter(-1, [&] { order << "now"; });
         QTRY_COMPARE(order, QStringList({"now", "early", "late"}));

@@ -36,10 +36,10 @@ class NotifyTest : public QObject {
 
     QStringList tapped_;
 
-public slots:
+  public slots:
     void tap(const QString& name) { tapped_.append(name); }
 
-private slots:
+  private slots:
     void initTestCase() { QVERIFY(notify::waitUntilReady(5000)); }
 
     void fanOutReachesEveryObserverProcess() {

@@ -37,7 +37,8 @@ class NotifyOwnBusTest : public QObject {
         bus_->setProcessChannelMode(QProcess::ForwardedErrorChannel);
         bus_->start("dbus-daemon", {"--config-file=" + recipe_, "--address=unix:path=" + socket_, "--nofork",
                                     "--nopidfile"});
-        for (int i = 0; i < 100 && !QFile::exists(socket_); ++i) QThread::msleep(20);
+        for (int i = 0; i < 100 && !QFile::exists(socket_); ++i)
+            QThread::msleep(20);
         return QFile::exists(socket_);
     }
     void stopBus() {
@@ -46,7 +47,7 @@ class NotifyOwnBusTest : public QObject {
         QFile::remove(socket_);
     }
 
-private slots:
+  private slots:
     void initTestCase() {
         recipe_ = qEnvironmentVariable("BRISKO_TEST_BUS_CONFIG");
         if (recipe_.isEmpty()) QSKIP("needs the bus recipe that scripts/test exports");
@@ -66,11 +67,12 @@ private slots:
         QTRY_COMPARE(received.load(), 1);
 
         stopBus();
-        notify::post(name); // nowhere to go: dropped, never replayed
+        notify::post(name);                                // nowhere to go: dropped, never replayed
         notify::addObserver(late, [] { ++lateReceived; }); // while no bus is there
         QVERIFY(startBus());
         QVERIFY(notify::waitUntilReady(10000));
-        for (const QString& posted : {name, late, marker}) QCOMPARE(postFromCommandLine(posted), 0);
+        for (const QString& posted : {name, late, marker})
+            QCOMPARE(postFromCommandLine(posted), 0);
         QTRY_COMPARE(markers.load(), 1);
         QCOMPARE(received.load(), 2);
         QCOMPARE(lateReceived.load(), 1);

@@ -13,12 +13,12 @@ using namespace brisko::ui;
 namespace {
 
 class Screen : public ViewController {
-public:
+  public:
     explicit Screen(const QString& name, QStringList* log) : m_log(log) { setTitle(name); }
     void viewDidLoad() override { m_log->append(title() + ":load"); }
     void viewWillAppear(bool) override { m_log->append(title() + ":appear"); }
 
-private:
+  private:
     QStringList* m_log;
 };
 
@@ -27,7 +27,7 @@ private:
 class UiTest : public QObject {
     Q_OBJECT
 
-private slots:
+  private slots:
     void pushAndPopKeepTheStackAndCallTheHooks() {
         QStringList log;
         Window window;
@@ -89,8 +89,9 @@ private slots:
         alert->addAction("确定");
         presentAlert(alert);
         const QList<QQuickItem*> layers = window.quickWindow()->contentItem()->childItems();
-        QVERIFY(std::any_of(layers.begin(), layers.end(),
-                            [](QQuickItem* layer) { return layer->z() >= 1000 && !layer->childItems().isEmpty(); }));
+        QVERIFY(std::any_of(layers.begin(), layers.end(), [](QQuickItem* layer) {
+            return layer->z() >= 1000 && !layer->childItems().isEmpty();
+        }));
         alert->tapAction("确定");
     }
 };
