@@ -1,6 +1,6 @@
 # Shared helpers for the subsystem folders.
 
-# Adds each listed folder that has a CMakeLists.txt, so subsystems can land one at a time.
+# Adds each listed folder; a listed folder without a CMakeLists.txt is a mistake, not a skip.
 # BRISKO_SKIP (a regular expression over folder paths) leaves folders out of a local build.
 function(brisko_add_subdirectories)
   foreach(dir IN LISTS ARGN)
@@ -8,9 +8,10 @@ function(brisko_add_subdirectories)
     if(BRISKO_SKIP AND rel MATCHES "${BRISKO_SKIP}")
       continue()
     endif()
-    if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${dir}/CMakeLists.txt)
-      add_subdirectory(${dir})
+    if(NOT EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${dir}/CMakeLists.txt)
+      message(FATAL_ERROR "brisko_add_subdirectories: ${rel} has no CMakeLists.txt")
     endif()
+    add_subdirectory(${dir})
   endforeach()
 endfunction()
 

@@ -1,7 +1,7 @@
 #include "kit/touch_monitor.h"
 
 #include "kit/BKKit.h"
-#include "kit/touch_stream.h"
+#include "kit/TouchEventStream.h"
 #include "kit/touch_testing.h"
 
 #include <QDir>

@@ -2,7 +2,7 @@
 // The root screen: device facts, tools (file manager, debug mode, start at boot) and about.
 
 #include "main_screen/main_sections.h"
-#include "platform/ui/viewcontroller.h"
+#include "platform/ui/ViewController.h"
 
 #include <QVariantList>
 #include <QVariantMap>

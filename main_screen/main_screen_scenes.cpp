@@ -2,8 +2,8 @@
 
 #include "app/status/app_references.h"
 #include "app/status/runtime_status.h"
+#include "platform/ui/ViewController.h"
 #include "platform/ui/scenes.h"
-#include "platform/ui/viewcontroller.h"
 
 #include <QMetaObject>
 

@@ -1,11 +1,11 @@
 #include "keepalive.h"
 
+#include "SleepInhibitor.h"
 #include "silent_wav.h"
-#include "sleep_inhibitor.h"
 
 #include "app/install/display_name.h"
-#include "platform/audio/audio_session.h"
-#include "platform/audio/looping_player.h"
+#include "platform/audio/AudioSession.h"
+#include "platform/audio/LoopingPlayer.h"
 #include "platform/dispatch/dispatch.h"
 
 #include <QGuiApplication>

@@ -2,7 +2,7 @@
 // Launch: the window, the root screen, asset deployment and the start of the daemon.
 
 #include "app/status/locations.h"
-#include "platform/ui/navigationcontroller.h"
+#include "platform/ui/NavigationController.h"
 
 #include <QString>
 #include <QStringList>

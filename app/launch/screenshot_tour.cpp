@@ -1,7 +1,7 @@
 #include "screenshot_tour.h"
 
 #include "app/status/app_references.h"
-#include "platform/ui/navigationcontroller.h"
+#include "platform/ui/NavigationController.h"
 #include "platform/ui/scenes.h"
 #include "platform/ui/window.h"
 

@@ -1,6 +1,6 @@
 #include "app_references.h"
 
-#include "platform/ui/navigationcontroller.h"
+#include "platform/ui/NavigationController.h"
 
 namespace brisko {
 

@@ -7,7 +7,7 @@
 #include "app/web/web_panel.h"
 #include "platform/dispatch/dispatch.h"
 #include "platform/notify/notify.h"
-#include "platform/ui/viewcontroller.h"
+#include "platform/ui/ViewController.h"
 
 #include <atomic>
 #include <chrono>

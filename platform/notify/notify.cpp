@@ -1,6 +1,6 @@
 #include "platform/notify/notify.h"
 
-#include "platform/notify/channel.h"
+#include "platform/notify/Channel.h"
 
 namespace brisko::notify {
 

@@ -1,7 +1,7 @@
 #include "window.h"
 
-#include "alertcontroller.h"
-#include "viewcontroller.h"
+#include "AlertController.h"
+#include "ViewController.h"
 
 #include <QGuiApplication>
 #include <QQuickItem>

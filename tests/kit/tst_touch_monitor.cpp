@@ -1,5 +1,5 @@
 #include "kit/BKKit.h"
-#include "kit/touch_stream.h"
+#include "kit/TouchEventStream.h"
 #include "kit/touch_testing.h"
 
 #include <QtTest>

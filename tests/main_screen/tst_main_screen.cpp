@@ -5,7 +5,7 @@
 #include "app/status/runtime_status.h"
 #include "main_screen/BKMainViewController.h"
 #include "platform/bundle/bundle.h"
-#include "platform/ui/navigationcontroller.h"
+#include "platform/ui/NavigationController.h"
 #include "platform/ui/window.h"
 
 #include <QDir>

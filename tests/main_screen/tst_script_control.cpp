@@ -4,8 +4,8 @@
 #include "app/status/runtime_status.h"
 #include "main_screen/BKMainViewController.h"
 #include "main_screen/script_control.h"
-#include "platform/ui/alertcontroller.h"
-#include "platform/ui/navigationcontroller.h"
+#include "platform/ui/AlertController.h"
+#include "platform/ui/NavigationController.h"
 #include "platform/ui/window.h"
 
 #include <QQuickItem>

@@ -1,8 +1,8 @@
 #include "app/install/display_name.h"
 #include "app/keepalive/keepalive.h"
 #include "app/keepalive/silent_wav.h"
-#include "platform/audio/audio_session.h"
-#include "platform/audio/looping_player.h"
+#include "platform/audio/AudioSession.h"
+#include "platform/audio/LoopingPlayer.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>

@@ -5,7 +5,7 @@
 #include "app/status/channel.h"
 #include "app/status/runtime_status.h"
 #include "platform/notify/notify.h"
-#include "platform/ui/viewcontroller.h"
+#include "platform/ui/ViewController.h"
 
 #include <QProcess>
 #include <QSignalSpy>

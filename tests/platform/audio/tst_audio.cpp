@@ -1,5 +1,5 @@
-#include "platform/audio/loop_device.h"
-#include "platform/audio/looping_player.h"
+#include "platform/audio/LoopDevice.h"
+#include "platform/audio/LoopingPlayer.h"
 #include "platform/audio/wav.h"
 
 #include <QTest>

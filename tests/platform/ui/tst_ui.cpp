@@ -1,7 +1,7 @@
 // Navigation stack and alert presentation, driven the way screens and tests drive them.
 
-#include "platform/ui/alertcontroller.h"
-#include "platform/ui/navigationcontroller.h"
+#include "platform/ui/AlertController.h"
+#include "platform/ui/NavigationController.h"
 #include "platform/ui/window.h"
 
 #include <QQuickItem>

@@ -1,4 +1,4 @@
-#include "kit/touch_stream.h"
+#include "kit/TouchEventStream.h"
 
 #include <QPointer>
 #include <QSocketNotifier>

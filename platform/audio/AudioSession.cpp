@@ -1,4 +1,4 @@
-#include "audio_session.h"
+#include "AudioSession.h"
 
 #include <QAudioDevice>
 #include <QMediaDevices>

@@ -1,8 +1,8 @@
-#include "viewcontroller.h"
+#include "ViewController.h"
 
-#include "alertcontroller.h"
+#include "AlertController.h"
+#include "NavigationController.h"
 #include "engine.h"
-#include "navigationcontroller.h"
 
 #include <QQmlComponent>
 #include <QQmlEngine>

@@ -1,4 +1,4 @@
-#include "sleep_inhibitor.h"
+#include "SleepInhibitor.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>

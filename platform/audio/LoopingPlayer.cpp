@@ -1,7 +1,7 @@
-#include "looping_player.h"
+#include "LoopingPlayer.h"
 
-#include "audio_session.h"
-#include "loop_device.h"
+#include "AudioSession.h"
+#include "LoopDevice.h"
 
 #include <QAudioDevice>
 #include <QAudioSink>

@@ -1,4 +1,4 @@
-#include "alertcontroller.h"
+#include "AlertController.h"
 
 #include "engine.h"
 

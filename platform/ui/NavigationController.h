@@ -1,7 +1,7 @@
 #pragma once
 // A stack of screens under a navigation bar. Owns the controllers pushed on it.
 
-#include "viewcontroller.h"
+#include "ViewController.h"
 
 #include <QList>
 

@@ -1,4 +1,4 @@
-#include "loop_device.h"
+#include "LoopDevice.h"
 
 #include <cstring>
 #include <limits>

@@ -1,4 +1,4 @@
-#include "navigationcontroller.h"
+#include "NavigationController.h"
 
 #include "platform/dispatch/dispatch.h"
 

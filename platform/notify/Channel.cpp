@@ -1,4 +1,4 @@
-#include "platform/notify/channel.h"
+#include "platform/notify/Channel.h"
 
 #include "platform/dispatch/dispatch.h"
 

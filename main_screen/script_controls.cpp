@@ -6,7 +6,7 @@
 #include "app/status/runtime_status.h"
 #include "main_screen/script_control.h"
 #include "platform/dispatch/dispatch.h"
-#include "platform/ui/alertcontroller.h"
+#include "platform/ui/AlertController.h"
 
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
