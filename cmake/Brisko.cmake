@@ -55,3 +55,17 @@ function(brisko_add_bundle_executable name)
   add_executable(${name} ${ARGN})
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${BRISKO_BUNDLE_DIR})
 endfunction()
+
+# brisko_add_qml_module(target URI Brisko.X QML_FILES files... [DEPENDENCIES uris...])
+# Turns a subsystem's static library into a QML module: its QML is compiled by qmlcachegen and
+# checked by qmllint. The module's static plugin (which imports itself into whatever links it)
+# comes along with the library, so linking the library is all a program or test does.
+function(brisko_add_qml_module target)
+  cmake_parse_arguments(M "" "URI" "QML_FILES;DEPENDENCIES" ${ARGN})
+  qt_add_qml_module(${target}
+    URI ${M_URI}
+    VERSION 1.0
+    QML_FILES ${M_QML_FILES}
+    DEPENDENCIES QtQuick ${M_DEPENDENCIES})
+  target_link_libraries(${target} INTERFACE ${target}plugin)
+endfunction()

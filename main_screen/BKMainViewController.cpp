@@ -3,6 +3,7 @@
 #include "app/install/display_name.h"
 #include "app/install/install_location.h"
 #include "app/keepalive/keepalive.h"
+#include "app/status/RuntimeStatusNotifier.h"
 #include "app/status/channel.h"
 #include "app/status/locations.h"
 #include "app/status/notification_names.h"
@@ -43,22 +44,16 @@ void writeBootMarker(bool on) {
     if (file.open(QIODevice::WriteOnly) && file.write("1", 1) == 1) file.commit();
 }
 
-bool switchState(QObject* sender) {
-    return sender && sender->property("checked").toBool();
-}
-
-void setSwitchState(QObject* sender, bool on) {
-    if (sender) sender->setProperty("checked", on);
-}
-
 } // namespace
 
 BKMainViewController::BKMainViewController() {
+    connect(RuntimeStatusNotifier::instance(), &RuntimeStatusNotifier::changed, this,
+            &BKMainViewController::refreshData);
     setRightBarItems({QVariantMap{{"symbol", "note.text"}, {"tint", "systemOrange"}, {"id", kLogsBarItem}}});
 }
 
 QUrl BKMainViewController::viewUrl() const {
-    return QUrl(QStringLiteral("qrc:/brisko/main_screen/MainView.qml"));
+    return moduleViewUrl("MainScreen", "MainView.qml");
 }
 
 void BKMainViewController::viewDidLoad() {
@@ -109,12 +104,10 @@ void BKMainViewController::requestRuntimeStatus() {
     });
 }
 
-void BKMainViewController::debugToggleChanged(QObject* sender) {
-    if (_debugToggleBusy || !_runtimeStatusLoaded) {
-        setSwitchState(sender, _debugServiceEnabled);
-        return;
-    }
-    sendDebugToggleRequest(switchState(sender));
+void BKMainViewController::debugToggleChanged(bool on) {
+    // A refused tap leaves the model, and so the switch, as it was.
+    if (_debugToggleBusy || !_runtimeStatusLoaded) return;
+    sendDebugToggleRequest(on);
 }
 
 void BKMainViewController::sendDebugToggleRequest(bool on) {
@@ -137,12 +130,10 @@ void BKMainViewController::sendDebugToggleRequest(bool on) {
     });
 }
 
-void BKMainViewController::bootToggleChanged(QObject* sender) {
-    const bool wanted = switchState(sender);
-    writeBootMarker(wanted);
-    // A switch that shows a state the file does not have would mislead the next boot.
-    const bool actual = bootMarkerExists();
-    if (actual != wanted) setSwitchState(sender, actual);
+void BKMainViewController::bootToggleChanged(bool on) {
+    writeBootMarker(on);
+    // The switch shows the file's state, not the tap's: a failed write must not mislead the next boot.
+    refreshData();
 }
 
 QString BKMainViewController::rowAction(int section, int row) const {
@@ -150,12 +141,12 @@ QString BKMainViewController::rowAction(int section, int row) const {
     return rows.value(row).toMap().value("act").toString();
 }
 
-void BKMainViewController::switchToggled(int section, int row, QObject* sender) {
+void BKMainViewController::switchToggled(int section, int row, bool on) {
     const QString action = rowAction(section, row);
     if (action == kActionDebugToggle)
-        debugToggleChanged(sender);
+        debugToggleChanged(on);
     else if (action == kActionBootToggle)
-        bootToggleChanged(sender);
+        bootToggleChanged(on);
 }
 
 void BKMainViewController::didSelectRow(int section, int row) {

@@ -6,11 +6,14 @@
 
 #include <QVariantList>
 #include <QVariantMap>
+#include <QtQml/qqmlregistration.h>
 
 namespace brisko {
 
 class BKMainViewController : public ui::ViewController {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Made by the launch")
     // The model, with its plain keys; tableSections is the same drawn as the table draws it.
     Q_PROPERTY(QVariantList sections READ sections NOTIFY sectionsChanged)
     Q_PROPERTY(QVariantList tableSections READ tableSections NOTIFY sectionsChanged)
@@ -29,9 +32,10 @@ class BKMainViewController : public ui::ViewController {
     // Pings the daemon; until its first answer, retries every 0.5 s, at most 5 times in all.
     void requestRuntimeStatus();
     void sendDebugToggleRequest(bool on);
-    // The switches' value-changed actions; sender is the switch (its "checked" property).
-    void debugToggleChanged(QObject* sender);
-    void bootToggleChanged(QObject* sender);
+    // The switches' value-changed actions with the state the user asked for; the model then
+    // says what the switch shows.
+    void debugToggleChanged(bool on);
+    void bootToggleChanged(bool on);
     void openLogs();
 
     // The start/stop bar: due while debug mode is off on a privileged install.
@@ -46,7 +50,7 @@ class BKMainViewController : public ui::ViewController {
     Q_INVOKABLE void setTableWidth(double width);
 
     Q_INVOKABLE void didSelectRow(int section, int row);
-    Q_INVOKABLE void switchToggled(int section, int row, QObject* sender);
+    Q_INVOKABLE void switchToggled(int section, int row, bool on);
     void barItemTapped(const QString& id) override;
 
   public slots:

@@ -1,11 +1,8 @@
 #include "main_screen_scenes.h"
 
-#include "app/status/app_references.h"
+#include "app/status/RuntimeStatusNotifier.h"
 #include "app/status/runtime_status.h"
-#include "platform/ui/ViewController.h"
 #include "platform/ui/scenes.h"
-
-#include <QMetaObject>
 
 #include <functional>
 
@@ -13,7 +10,7 @@ namespace brisko {
 namespace {
 
 void refreshMainScreen() {
-    if (_mainVC) QMetaObject::invokeMethod(_mainVC.data(), "refreshData");
+    RuntimeStatusNotifier::instance()->announceChange();
 }
 
 // Sets the status, refreshes, and puts the launch state back afterwards.

@@ -3,6 +3,8 @@
 #include "platform/dispatch/dispatch.h"
 
 #include <QCoreApplication>
+#include <QHash>
+#include <QLoggingCategory>
 #include <QPointer>
 #include <QPropertyAnimation>
 #include <QQmlComponent>
@@ -15,6 +17,8 @@
 namespace brisko {
 namespace {
 
+Q_LOGGING_CATEGORY(lcFeedback, "brisko.ui.feedback")
+
 constexpr int kFadeMs = 250;
 constexpr double kToastHoldSeconds = 1.6;
 
@@ -26,14 +30,20 @@ QQmlEngine* engineFor(QQuickItem* host) {
     return fallback;
 }
 
+// Each host's overlay, found without searching the host's item tree.
+QHash<const QQuickItem*, QPointer<QQuickItem>>& loadingOverlays() {
+    static QHash<const QQuickItem*, QPointer<QQuickItem>> overlays;
+    return overlays;
+}
+
 QQuickItem* createChild(QQuickItem* host, const char* qmlFile, QVariantMap properties) {
     QQmlComponent component(engineFor(host),
-                            QUrl(QStringLiteral("qrc:/brisko/feedback/") + QLatin1String(qmlFile)));
+                            QUrl(QStringLiteral("qrc:/Brisko/Feedback/qml/") + QLatin1String(qmlFile)));
     properties.insert(QStringLiteral("parent"), QVariant::fromValue<QObject*>(host));
     QObject* object = component.createWithInitialProperties(properties);
     auto* item = qobject_cast<QQuickItem*>(object);
     if (!item) {
-        qWarning("feedback: %s", qPrintable(component.errorString()));
+        qCWarning(lcFeedback, "%s: %s", qmlFile, qPrintable(component.errorString()));
         delete object;
         return nullptr;
     }
@@ -79,14 +89,8 @@ template <typename Fn> bool movedToMainThread(QQuickItem* view, Fn fn) {
 
 } // namespace
 
-QQuickItem* BKFindItemWithTag(QQuickItem* root, int tag) {
-    if (!root) return nullptr;
-    for (QQuickItem* child : root->childItems()) {
-        const QVariant value = child->property("tag");
-        if (value.isValid() && value.toInt() == tag) return child;
-        if (QQuickItem* found = BKFindItemWithTag(child, tag)) return found;
-    }
-    return nullptr;
+QQuickItem* BKLoadingOverlayFor(QQuickItem* host) {
+    return loadingOverlays().value(host);
 }
 
 void BKShowToast(QQuickItem* view, const QString& message) {
@@ -109,12 +113,22 @@ void BKShowToast(QQuickItem* view, const QString& message) {
 void BKShowLoading(QQuickItem* view, const QString& text) {
     if (!view || movedToMainThread(view, [text](QQuickItem* host) { BKShowLoading(host, text); })) return;
     BKDismissLoading(view);
-    createChild(view, "LoadingOverlay.qml", {{QStringLiteral("text"), text}});
+    QQuickItem* overlay = createChild(view, "LoadingOverlay.qml", {{QStringLiteral("text"), text}});
+    if (!overlay) return;
+    loadingOverlays().insert(view, overlay);
+    QObject::connect(view, &QObject::destroyed, overlay, [view] { loadingOverlays().remove(view); });
 }
 
 void BKDismissLoading(QQuickItem* view) {
     if (!view || movedToMainThread(view, [](QQuickItem* host) { BKDismissLoading(host); })) return;
-    if (QQuickItem* overlay = BKFindItemWithTag(view, BKLoadingViewTag)) removeItem(overlay);
+    // An overlay shown on a descendant of the host is the host's too.
+    auto& overlays = loadingOverlays();
+    for (auto it = overlays.begin(); it != overlays.end();) {
+        const bool within = it.key() == view || view->isAncestorOf(it.key());
+        QPointer<QQuickItem> overlay = within ? it.value() : nullptr;
+        it = within ? overlays.erase(it) : std::next(it);
+        if (overlay) removeItem(overlay);
+    }
 }
 
 } // namespace brisko

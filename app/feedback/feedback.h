@@ -9,7 +9,7 @@ class QQuickItem;
 
 namespace brisko {
 
-// Marks the loading overlay among the host's descendants (the item property "tag").
+// The loading overlay's "tag" item property.
 inline constexpr int BKLoadingViewTag = 999901;
 
 // A rounded dark label 30 points above the bottom of the host's safe area that fades in,
@@ -21,7 +21,7 @@ void BKShowToast(QQuickItem* view, const QString& message);
 void BKShowLoading(QQuickItem* view, const QString& text);
 void BKDismissLoading(QQuickItem* view);
 
-// The first descendant (depth first) whose "tag" property equals tag, or null.
-QQuickItem* BKFindItemWithTag(QQuickItem* root, int tag);
+// The overlay BKShowLoading put on host and nobody has dismissed yet, or null.
+QQuickItem* BKLoadingOverlayFor(QQuickItem* host);
 
 } // namespace brisko

@@ -12,7 +12,7 @@ class NavigationController;
 class ViewController;
 } // namespace ui
 
-// The main screen; status changes reach it through its refreshData slot.
+// The main screen; it refreshes itself on RuntimeStatusNotifier::changed.
 extern QPointer<ui::ViewController> _mainVC;
 extern QPointer<ui::NavigationController> _rootNav;
 extern QFont _logFont;

@@ -1,13 +1,12 @@
 #include "channel.h"
 
 #include "app/keepalive/keepalive.h"
-#include "app/status/app_references.h"
+#include "app/status/RuntimeStatusNotifier.h"
 #include "app/status/notification_names.h"
 #include "app/status/runtime_status.h"
 #include "app/web/web_panel.h"
 #include "platform/dispatch/dispatch.h"
 #include "platform/notify/notify.h"
-#include "platform/ui/ViewController.h"
 
 #include <atomic>
 #include <chrono>
@@ -25,7 +24,7 @@ void applyStatusOnMain(std::function<void()> update) {
         _runtimeStatusLoaded = true;
         _runtimeStatusRetryCount = 0;
         if (update) update();
-        if (_mainVC) QMetaObject::invokeMethod(_mainVC.data(), "refreshData");
+        RuntimeStatusNotifier::instance()->announceChange();
     });
 }
 

@@ -1,11 +1,12 @@
 import QtQuick
-import "qrc:/brisko/ui/"
+import Brisko.UI
+import Brisko.MainScreen
 
 // The main screen: one inset-grouped table over the grouped background, the start/stop bar
 // below its last section when the controller shows it.
 Rectangle {
     id: root
-    property QtObject controller
+    required property BKMainViewController controller
     color: SystemColors.systemGroupedBackground
 
     component BarButton: Rectangle {
@@ -42,36 +43,37 @@ Rectangle {
         id: table
         objectName: "mainTable"
         anchors.fill: parent
-        sections: root.controller ? root.controller.tableSections : []
+        sections: root.controller.tableSections
         onRowClicked: (section, row) => root.controller.didSelectRow(section, row)
-        onSwitchToggled: (section, row, sender) => root.controller.switchToggled(section, row, sender)
-        onWidthChanged: if (root.controller) root.controller.setTableWidth(width)
-        Component.onCompleted: if (root.controller) root.controller.setTableWidth(width)
+        onSwitchToggled: (section, row, on) => root.controller.switchToggled(section, row, on)
+        onWidthChanged: root.controller.setTableWidth(width)
+        Component.onCompleted: root.controller.setTableWidth(width)
 
         footer: Item {
-            readonly property var frame: root.controller ? root.controller.scriptControlLayout : ({})
+            id: bar
+            readonly property var frame: root.controller.scriptControlLayout
             objectName: "scriptControlBar"
-            visible: root.controller && root.controller.scriptControlsShown && frame.barHeight !== undefined
+            visible: root.controller.scriptControlsShown && frame.barHeight !== undefined
             height: visible ? frame.barHeight : 0
 
             BarButton {
                 objectName: "startScriptButton"
-                x: parent.frame.startX || 0
-                y: parent.frame.buttonY || 0
-                width: parent.frame.buttonWidth || 0
-                height: parent.frame.buttonHeight || 0
-                title: parent.frame.startTitle || ""
-                color: SystemColors.named(parent.frame.startColor || "systemGreen")
+                x: bar.frame.startX || 0
+                y: bar.frame.buttonY || 0
+                width: bar.frame.buttonWidth || 0
+                height: bar.frame.buttonHeight || 0
+                title: bar.frame.startTitle || ""
+                color: SystemColors.named(bar.frame.startColor || "systemGreen")
                 onClicked: root.controller.startScriptButtonTapped()
             }
             BarButton {
                 objectName: "stopScriptButton"
-                x: parent.frame.stopX || 0
-                y: parent.frame.buttonY || 0
-                width: parent.frame.buttonWidth || 0
-                height: parent.frame.buttonHeight || 0
-                title: parent.frame.stopTitle || ""
-                color: SystemColors.named(parent.frame.stopColor || "systemRed")
+                x: bar.frame.stopX || 0
+                y: bar.frame.buttonY || 0
+                width: bar.frame.buttonWidth || 0
+                height: bar.frame.buttonHeight || 0
+                title: bar.frame.stopTitle || ""
+                color: SystemColors.named(bar.frame.stopColor || "systemRed")
                 onClicked: root.controller.stopScriptButtonTapped()
             }
         }

@@ -26,7 +26,7 @@ QHash<AlertController*, QQuickItem*>& alertViews() {
 
 void showAlertView(AlertController* alert) {
     if (!alertLayer()) return;
-    QQmlComponent component(engine(), QUrl(QStringLiteral("qrc:/brisko/ui/AlertView.qml")));
+    QQmlComponent component(engine(), QUrl(QStringLiteral("qrc:/Brisko/UI/qml/AlertView.qml")));
     QObject* object = component.isReady()
                           ? component.createWithInitialProperties({{"alert", QVariant::fromValue(alert)}})
                           : nullptr;

@@ -8,12 +8,16 @@
 
 #include <functional>
 
+#include <QtQml/qqmlregistration.h>
+
 #include <QQuickItem>
 
 namespace brisko::ui {
 
 class AlertController : public QObject {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Alerts are made in C++")
     Q_PROPERTY(QString title READ title CONSTANT)
     Q_PROPERTY(QString message READ message CONSTANT)
     Q_PROPERTY(bool actionSheet READ isActionSheet CONSTANT)

@@ -19,7 +19,7 @@ NavigationController::NavigationController(ViewController* root, QObject* parent
 }
 
 QUrl NavigationController::viewUrl() const {
-    return QUrl(QStringLiteral("qrc:/brisko/ui/NavigationView.qml"));
+    return moduleViewUrl("UI", "NavigationView.qml");
 }
 
 void NavigationController::viewDidLoad() {

@@ -9,7 +9,9 @@ namespace brisko::ui {
 
 class NavigationController : public ViewController {
     Q_OBJECT
-    Q_PROPERTY(QObject* topController READ topObject NOTIFY topChanged)
+    QML_ELEMENT
+    QML_UNCREATABLE("Screens are made in C++")
+    Q_PROPERTY(brisko::ui::ViewController* topController READ topViewController NOTIFY topChanged)
     Q_PROPERTY(QString backTitle READ backTitle NOTIFY topChanged)
     Q_PROPERTY(int depth READ depth NOTIFY topChanged)
 
@@ -21,7 +23,6 @@ class NavigationController : public ViewController {
     ViewController* topViewController() const;
     QList<ViewController*> viewControllers() const;
 
-    QObject* topObject() const { return topViewController(); }
     QString backTitle() const;
     int depth() const { return int(m_stack.size()); }
 

@@ -28,7 +28,11 @@ void ViewController::setRightBarItems(const QVariantList& items) {
 }
 
 QUrl ViewController::viewUrl() const {
-    return QUrl(QStringLiteral("qrc:/brisko/ui/EmptyView.qml"));
+    return moduleViewUrl("UI", "EmptyView.qml");
+}
+
+QUrl ViewController::moduleViewUrl(const char* module, const char* file) {
+    return QUrl(QStringLiteral("qrc:/Brisko/%1/qml/%2").arg(QLatin1String(module), QLatin1String(file)));
 }
 
 QQuickItem* ViewController::view() {

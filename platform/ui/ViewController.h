@@ -5,6 +5,7 @@
 #include <QPointer>
 #include <QUrl>
 #include <QVariantList>
+#include <QtQml/qqmlregistration.h>
 
 class QQuickItem;
 
@@ -15,6 +16,8 @@ class NavigationController;
 
 class ViewController : public QObject {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Screens are made in C++")
     Q_PROPERTY(QString title READ title WRITE setTitle NOTIFY titleChanged)
     Q_PROPERTY(QVariantList rightBarItems READ rightBarItems NOTIFY rightBarItemsChanged)
 
@@ -48,6 +51,8 @@ class ViewController : public QObject {
 
   protected:
     virtual QUrl viewUrl() const;
+    // Where a module's view lives: qrc:/Brisko/<Module>/qml/<file>.
+    static QUrl moduleViewUrl(const char* module, const char* file);
 
   private:
     friend class NavigationController;

@@ -7,14 +7,13 @@
 #include "platform/bundle/bundle.h"
 #include "platform/ui/NavigationController.h"
 #include "platform/ui/window.h"
+#include "tests/support/manual_scheduler.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QQuickItem>
+#include <QQuickWindow>
 #include <QTest>
-
-#include <memory>
 
 using namespace brisko;
 
@@ -26,28 +25,15 @@ const QString kPing = "com.brisko.floatball.ping";
 class TestScreen : public BKMainViewController {
   public:
     QStringList posts;
-    QList<qint64> postTimes;
-    QElapsedTimer clock;
     int keepAliveStarts = 0, keepAliveStops = 0;
-    TestScreen() { clock.start(); }
 
   protected:
-    void postNotification(const QString& name) override {
-        posts << name;
-        postTimes << clock.elapsed();
-    }
+    void postNotification(const QString& name) override { posts << name; }
     void startKeepAlive() override { ++keepAliveStarts; }
     void stopKeepAlive() override { ++keepAliveStops; }
     QString wifiAddress() const override { return {}; }
     bool isPrivilegedInstall() const override { return false; }
 };
-
-// A switch as the view hands it over: an object with a "checked" property.
-std::unique_ptr<QObject> switchObject(bool checked) {
-    auto sw = std::make_unique<QObject>();
-    sw->setProperty("checked", checked);
-    return sw;
-}
 
 QVariantMap rowLabelled(const QVariantList& sections, const QString& label) {
     for (const QVariant& section : sections)
@@ -100,17 +86,14 @@ class MainScreenTest : public QObject {
     }
 
     void statusRequestsRetryFiveTimesInAll() {
-        Shown shown; // one request from load, one from appear
-        QTRY_COMPARE_WITH_TIMEOUT(shown.screen->posts.size(), 7, 3000);
-        QTest::qWait(800);
+        testing::ManualScheduler clock;
+        Shown shown; // one request from load, one from appear, each retried every 0.5 s
+        QList<int> postsEachHalfSecond;
+        for (int step = 0; step < 5; ++step, clock.advance(0.5))
+            postsEachHalfSecond << int(shown.screen->posts.size());
+        QCOMPARE(postsEachHalfSecond, QList<int>({2, 4, 6, 7, 7}));
         QCOMPARE(shown.screen->posts, QStringList(7, kPing));
-        const int halfSeconds[] = {0, 0, 1, 1, 2, 2, 3};
-        for (int i = 0; i < 7; ++i) {
-            // Never early; late only by what a busy machine's timers allow.
-            const qint64 due = halfSeconds[i] * 500, at = shown.screen->postTimes[i];
-            QVERIFY2(at >= due - 20 && at < due + 400,
-                     qPrintable(QString("ping %1 at %2 ms").arg(i).arg(at)));
-        }
+        QCOMPARE(clock.pendingCount(), 0);
 
         // Past the limit a request is one ping; an answer resets the count.
         shown.screen->posts.clear();
@@ -119,7 +102,7 @@ class MainScreenTest : public QObject {
         QTRY_VERIFY(_runtimeStatusLoaded);
         QCOMPARE(_runtimeStatusRetryCount, int64_t(0));
         shown.screen->requestRuntimeStatus();
-        QTest::qWait(700);
+        clock.advance(1.0);
         QCOMPARE(shown.screen->posts, QStringList(2, kPing));
     }
 
@@ -150,16 +133,16 @@ class MainScreenTest : public QObject {
         QFETCH(bool, wanted);
         QFETCH(QString, request);
         QFETCH(QString, address);
+        testing::ManualScheduler clock;
         TestScreen screen;
         _runtimeStatusLoaded = loaded;
         _debugToggleBusy = busy;
         _debugServiceEnabled = _debugClientConnected = !wanted;
         screen.refreshData();
 
-        const auto sw = switchObject(wanted);
-        screen.debugToggleChanged(sw.get());
+        screen.debugToggleChanged(wanted);
         if (request.isEmpty()) {
-            QCOMPARE(sw->property("checked").toBool(), !wanted);
+            QCOMPARE(rowLabelled(screen.sections(), "调试模式")["sw"].toBool(), !wanted);
             QVERIFY(screen.posts.isEmpty() && !_debugServiceEnabled);
             QCOMPARE(screen.keepAliveStarts, 0);
             return;
@@ -175,8 +158,11 @@ class MainScreenTest : public QObject {
         QCOMPARE(rowLabelled(screen.sections(), "服务地址")["v"].toString(), address);
         QCOMPARE(rowLabelled(screen.sections(), "开机自启").isEmpty(), !address.isEmpty());
         QCOMPARE(screen.posts, QStringList{request});
-        // The busy window closes with a status request.
-        QTRY_VERIFY_WITH_TIMEOUT(!_debugToggleBusy, 1000);
+        // The busy window closes after 0.3 s with a status request.
+        clock.advance(0.29);
+        QVERIFY(_debugToggleBusy);
+        clock.advance(0.01);
+        QVERIFY(!_debugToggleBusy);
         QCOMPARE(screen.posts, QStringList({request, kPing}));
     }
 
@@ -194,10 +180,10 @@ class MainScreenTest : public QObject {
         if (!wanted) QVERIFY(QFile(markerPath()).open(QIODevice::WriteOnly));
         if (documentsMissing) QVERIFY(QDir(documents).removeRecursively());
         TestScreen screen;
-        const auto sw = switchObject(wanted);
-        screen.bootToggleChanged(sw.get());
+        screen.bootToggleChanged(wanted);
         const bool markerAfter = wanted && !documentsMissing;
-        QCOMPARE(sw->property("checked").toBool(), markerAfter); // put back when the write failed
+        // The switch shows the file, so a failed write does not look like a success.
+        QCOMPARE(rowLabelled(screen.sections(), "开机自启")["sw"].toBool(), markerAfter);
         QCOMPARE(QFile::exists(markerPath()), markerAfter);
         QFile marker(markerPath());
         if (markerAfter) QVERIFY(marker.open(QIODevice::ReadOnly) && marker.readAll() == "1");
@@ -249,6 +235,33 @@ class MainScreenTest : public QObject {
         for (QQuickItem* item : items(view))
             drawnRows -= item->objectName().startsWith("row_");
         QCOMPARE(drawnRows, 0); // no row beyond the model's
+    }
+
+    // A tap asks the controller; the switch follows the model rather than flipping itself.
+    void tappedSwitchFollowsTheModel() {
+        Shown shown;
+        QQuickWindow* window = shown.window.quickWindow();
+        QVERIFY(QTest::qWaitForWindowExposed(window));
+        auto bootSwitch = [&] {
+            for (QQuickItem* item : items(shown.screen->view()))
+                if (item->property("text").toString() == "开机自启") return itemNamed(item, "switch");
+            return static_cast<QQuickItem*>(nullptr);
+        };
+        auto tap = [&] {
+            QQuickItem* sw = bootSwitch();
+            QTest::mouseClick(window, Qt::LeftButton, {},
+                              sw->mapToScene(QPointF(sw->width() / 2, sw->height() / 2)).toPoint());
+        };
+        QVERIFY(bootSwitch());
+        tap();
+        QTRY_VERIFY(bootSwitch()->property("checked").toBool());
+        QVERIFY(QFile::exists(markerPath()));
+        QVERIFY(QDir(bundle::documentsDirectory()).removeRecursively()); // the next write fails
+        QFile::remove(markerPath());
+        shown.screen->refreshData();
+        tap();
+        QVERIFY(!bootSwitch()->property("checked").toBool());
+        QVERIFY(QDir().mkpath(bundle::documentsDirectory()));
     }
 };
 

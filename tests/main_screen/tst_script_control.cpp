@@ -115,8 +115,8 @@ class ScriptControlTest : public QObject {
         QVERIFY(stop && stop->isVisible() && stop->width() > 0);
         const QPointF centre = stop->mapToScene(QPointF(stop->width() / 2, stop->height() / 2));
         QTest::mouseClick(shown.window.quickWindow(), Qt::LeftButton, {}, centre.toPoint());
-        QVERIFY(BKFindItemWithTag(shown.screen->view(), BKLoadingViewTag));
-        QTRY_VERIFY(!BKFindItemWithTag(shown.screen->view(), BKLoadingViewTag));
+        QVERIFY(BKLoadingOverlayFor(shown.screen->view()));
+        QTRY_VERIFY(!BKLoadingOverlayFor(shown.screen->view()));
         QCOMPARE(requestLines, QStringList{"GET /task?cmd=stop HTTP/1.1"});
         ui::AlertController* presented = ui::AlertController::topPresented();
         QVERIFY(presented);

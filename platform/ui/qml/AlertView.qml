@@ -1,11 +1,11 @@
 import QtQuick
 import QtQuick.Controls.Basic
-import "."
+import Brisko.UI
 
 // One presented alert or action sheet over a dimmed window.
 Rectangle {
     id: root
-    property QtObject alert
+    required property AlertController alert
     anchors.fill: parent
     color: Qt.rgba(0, 0, 0, 0.2)
 
@@ -13,7 +13,7 @@ Rectangle {
 
     Rectangle {
         id: card
-        readonly property bool sheet: root.alert && root.alert.actionSheet
+        readonly property bool sheet: root.alert.actionSheet
         width: sheet ? parent.width - 16 : 270
         height: content.implicitHeight
         radius: 14
@@ -30,7 +30,7 @@ Rectangle {
                 width: parent.width - 32
                 x: 16
                 visible: text.length > 0
-                text: root.alert ? root.alert.title : ""
+                text: root.alert.title
                 horizontalAlignment: Text.AlignHCenter
                 wrapMode: Text.Wrap
                 font.pixelSize: card.sheet ? 13 : 17
@@ -41,14 +41,14 @@ Rectangle {
                 width: parent.width - 32
                 x: 16
                 visible: text.length > 0
-                text: root.alert ? root.alert.message : ""
+                text: root.alert.message
                 horizontalAlignment: Text.AlignHCenter
                 wrapMode: Text.Wrap
                 font.pixelSize: 13
                 color: SystemColors.label
             }
             Repeater {
-                model: root.alert ? root.alert.textFields : []
+                model: root.alert.textFields
                 delegate: TextField {
                     required property var modelData
                     required property int index
@@ -62,7 +62,7 @@ Rectangle {
             }
             Item { width: 1; height: 19 }
             Repeater {
-                model: root.alert ? root.alert.actions : []
+                model: root.alert.actions
                 delegate: Rectangle {
                     required property var modelData
                     required property int index

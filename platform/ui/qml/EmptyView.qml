@@ -1,6 +1,7 @@
 import QtQuick
+import Brisko.UI
 
 Rectangle {
-    property QtObject controller
+    required property ViewController controller
     color: "#FFFFFF"
 }

@@ -1,5 +1,5 @@
 import QtQuick
-import "."
+import Brisko.UI
 
 // The inset-grouped table. sections: [{title, showsHeader, headerHeight, rows: [{l, v, i, tint,
 // style, accessory, switchOn, switchEnabled, selectable}]}], reloaded whole when it changes.
@@ -9,7 +9,7 @@ Flickable {
     property real cardMargin: 16
     property Component footer: null // drawn below the last section
     signal rowClicked(int section, int row)
-    signal switchToggled(int section, int row, QtObject sender)
+    signal switchToggled(int section, int row, bool on)
 
     contentWidth: width
     contentHeight: content.implicitHeight
@@ -74,7 +74,7 @@ Flickable {
                                 selectable: modelData.selectable
                                 showsSeparator: index < sectionColumn.modelData.rows.length - 1
                                 onClicked: list.rowClicked(sectionColumn.index, index)
-                                onSwitchToggled: (sender) => list.switchToggled(sectionColumn.index, index, sender)
+                                onSwitchToggled: (on) => list.switchToggled(sectionColumn.index, index, on)
                             }
                         }
                     }

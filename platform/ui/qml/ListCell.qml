@@ -1,5 +1,5 @@
 import QtQuick
-import "."
+import Brisko.UI
 
 // One row of a grouped list: symbol, label and secondary text, in the subtitle style (secondary
 // text under the label) or the value style (secondary text at the right), with an accessory.
@@ -17,7 +17,7 @@ Item {
     property bool showsSeparator: true
     readonly property real textLeading: 60
     signal clicked()
-    signal switchToggled(QtObject sender)
+    signal switchToggled(bool on)
 
     // A value that does not fit beside its label goes under it, as the platform's value cells do.
     readonly property bool stacked: cellStyle !== "subtitle"
@@ -109,7 +109,7 @@ Item {
             anchors.verticalCenter: parent.verticalCenter
             checked: cell.switchOn
             enabled: cell.switchEnabled
-            onToggled: cell.switchToggled(toggle)
+            onToggled: (wanted) => cell.switchToggled(wanted)
         }
         SymbolImage {
             visible: cell.accessory === "disclosure"

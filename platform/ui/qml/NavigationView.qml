@@ -1,14 +1,14 @@
 import QtQuick
 import QtQuick.Controls.Basic
-import "."
+import Brisko.UI
 import "symbols.js" as Symbols
 
 // Navigation bar over a stack of screens; the controller drives push and pop.
 Item {
     id: root
-    property QtObject controller
+    required property NavigationController controller
     readonly property real barHeight: 44
-    readonly property QtObject topController: controller ? controller.topController : null
+    readonly property ViewController topController: controller.topController
 
     StackView {
         id: stack
@@ -43,11 +43,11 @@ Item {
         Text {
             id: backButton
             objectName: "navBackButton"
-            visible: root.controller && root.controller.depth > 1
+            visible: root.controller.depth > 1
             anchors.left: parent.left
             anchors.leftMargin: 8
             anchors.verticalCenter: parent.verticalCenter
-            text: "‹ " + (root.controller ? root.controller.backTitle : "")
+            text: "‹ " + root.controller.backTitle
             color: SystemColors.systemBlue
             font.pixelSize: 17
             MouseArea {

@@ -1,11 +1,12 @@
 import QtQuick
-import "."
+import Brisko.UI
 
-// The platform's toggle switch: 51 × 31, green when on. A tap flips `checked` and emits toggled().
+// The platform's toggle switch: 51 × 31, green when on. A tap asks for the other state through
+// toggled(wanted); `checked` stays bound to whatever the model then says.
 Item {
     id: root
     property bool checked: false
-    signal toggled()
+    signal toggled(bool wanted)
 
     implicitWidth: 51
     implicitHeight: 31
@@ -43,9 +44,6 @@ Item {
     MouseArea {
         anchors.fill: parent
         anchors.margins: -6
-        onClicked: {
-            root.checked = !root.checked
-            root.toggled()
-        }
+        onClicked: root.toggled(!root.checked)
     }
 }

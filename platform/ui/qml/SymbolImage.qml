@@ -1,5 +1,5 @@
 import QtQuick
-import "."
+import Brisko.UI
 import "symbols.js" as Symbols
 
 // A system symbol drawn from the icon font, tinted. pointSize is the symbol's point size.

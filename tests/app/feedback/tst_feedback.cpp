@@ -1,7 +1,7 @@
 #include "app/feedback/feedback.h"
+#include "tests/support/manual_scheduler.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFont>
 #include <QGuiApplication>
 #include <QPointer>
@@ -94,52 +94,55 @@ class TestFeedback : public QObject {
         QTEST(toast->y() + toast->height(), "expectedBottom");
     }
 
-    void toastTiming() {
+    // Fade in, a 1.6 s hold on the dispatch clock, fade out, then removal.
+    void toastLifecycle() {
+        testing::ManualScheduler clock;
         BKShowToast(page_, "计时");
         QPointer<QQuickItem> toast = childrenNamed(page_, "BKToast").value(0);
-        QElapsedTimer clock;
-        clock.start();
-        qint64 opaqueAt = -1, fadingAt = -1;
-        while (toast && clock.elapsed() < 4000) {
-            if (opaqueAt < 0 && toast->opacity() == 1.0) opaqueAt = clock.elapsed();
-            if (opaqueAt >= 0 && fadingAt < 0 && toast->opacity() < 1.0) fadingAt = clock.elapsed();
-            QTest::qWait(5);
-            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        }
-        const qint64 removedAt = clock.elapsed();
-        const QString times = QStringLiteral("%1 %2 %3").arg(opaqueAt).arg(fadingAt).arg(removedAt);
-        QVERIFY2(opaqueAt >= 200 && opaqueAt < 700, qPrintable(times));
-        QVERIFY2(fadingAt >= 1800 && fadingAt < 2500, qPrintable(times));
-        QVERIFY2(removedAt >= 2050 && removedAt < 3000, qPrintable(times));
+        QVERIFY(toast && toast->opacity() < 1.0);
+        QTRY_COMPARE(toast->opacity(), 1.0);
+        QCOMPARE(clock.pendingCount(), 1);
+        clock.advance(1.59);
+        QCOMPARE(toast->opacity(), 1.0);
+        clock.advance(0.01);
+        QTRY_VERIFY(!toast);
+        QCOMPARE(clock.pendingCount(), 0);
     }
 
     // The pending fade and removal then run against a dead host.
     void toastOutlivesItsHost_data() {
-        QTest::addColumn<int>("afterMs");
-        QTest::newRow("host deleted while fading in") << 100;
-        QTest::newRow("host deleted while fading out") << 2000;
+        QTest::addColumn<int>("stage");
+        QTest::newRow("host deleted while fading in") << 0;
+        QTest::newRow("host deleted while held") << 1;
+        QTest::newRow("host deleted while fading out") << 2;
     }
     void toastOutlivesItsHost() {
-        QFETCH(int, afterMs);
+        QFETCH(int, stage);
+        testing::ManualScheduler clock;
         QPointer<QQuickItem> host = childOf(page_, 100);
         BKShowToast(host, "bye");
         QPointer<QQuickItem> toast = childrenNamed(host, "BKToast").value(0);
-        QTest::qWait(afterMs);
+        if (stage >= 1) QTRY_COMPARE(toast->opacity(), 1.0);
+        if (stage >= 2) clock.advance(1.6);
         delete host;
-        QTest::qWait(2600 - afterMs);
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         QVERIFY(!toast);
+        clock.advance(2);
+        QTest::qWait(300); // lets a fade that outlived the host finish
     }
 
     void toastsOverlap() {
+        testing::ManualScheduler clock;
         BKShowToast(page_, "同样");
-        QTest::qWait(500);
+        QPointer<QQuickItem> first = childrenNamed(page_, "BKToast").value(0);
+        QTRY_COMPARE(first->opacity(), 1.0);
+        clock.advance(0.5);
         BKShowToast(page_, "同样");
-        const auto toasts = childrenNamed(page_, "BKToast");
-        QCOMPARE(toasts.size(), 2);
-        QPointer<QQuickItem> first = toasts[0], second = toasts[1];
+        QPointer<QQuickItem> second = childrenNamed(page_, "BKToast").value(1);
+        QVERIFY(second);
         QCOMPARE(second->position(), first->position());
-        QTRY_VERIFY_WITH_TIMEOUT(!first, 3000);
+        QTRY_COMPARE(second->opacity(), 1.0);
+        clock.advance(1.1); // the first one's hold ends, not the second's
+        QTRY_VERIFY(!first);
         QCOMPARE(second->opacity(), 1.0);
     }
 
@@ -155,8 +158,17 @@ class TestFeedback : public QObject {
         const auto overlays = childrenNamed(nested, "BKLoadingOverlay");
         QCOMPARE(overlays.size(), 1);
         QCOMPARE(labelText(overlays.first()), QStringLiteral("第二"));
+        QCOMPARE(overlays.first()->property("tag").toInt(), BKLoadingViewTag);
+        BKShowLoading(page_, "外层"); // replaces the one in its descendant
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QVERIFY(childrenNamed(nested, "BKLoadingOverlay").isEmpty());
+        QVERIFY(BKLoadingOverlayFor(page_));
+        BKShowLoading(nested, "里层");
         BKDismissLoading(page_); // found among the descendants
-        QVERIFY(!BKFindItemWithTag(page_, BKLoadingViewTag));
+        QVERIFY(!BKLoadingOverlayFor(page_) && !BKLoadingOverlayFor(nested));
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QVERIFY(childrenNamed(page_, "BKLoadingOverlay").isEmpty());
+        QVERIFY(childrenNamed(nested, "BKLoadingOverlay").isEmpty());
     }
 
     void overlayBlocksInput_data() {

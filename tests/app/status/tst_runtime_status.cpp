@@ -1,11 +1,10 @@
-// The status observers: their effect on the runtime status, their order, the main screen's refresh,
+// The status observers: their effect on the runtime status, their order, the change announcement,
 // and a post from the command line reaching them over the bus.
 
-#include "app/status/app_references.h"
+#include "app/status/RuntimeStatusNotifier.h"
 #include "app/status/channel.h"
 #include "app/status/runtime_status.h"
 #include "platform/notify/notify.h"
-#include "platform/ui/ViewController.h"
 
 #include <QProcess>
 #include <QSignalSpy>
@@ -14,18 +13,6 @@
 using namespace brisko;
 
 namespace {
-
-class CountingScreen : public ui::ViewController {
-    Q_OBJECT
-  public:
-    int refreshes = 0;
-    bool loadedAtRefresh = false;
-  public slots:
-    void refreshData() {
-        ++refreshes;
-        loadedAtRefresh = _runtimeStatusLoaded;
-    }
-};
 
 using Callback = void (*)();
 
@@ -54,10 +41,7 @@ class RuntimeStatusTest : public QObject {
     Q_OBJECT
 
   private slots:
-    void init() {
-        resetRuntimeStatusForTesting();
-        _mainVC = nullptr;
-    }
+    void init() { resetRuntimeStatusForTesting(); }
 
     void callbacksUpdateTheStatus_data() {
         QTest::addColumn<bool>("enabledBefore");
@@ -118,16 +102,14 @@ class RuntimeStatusTest : public QObject {
         QVERIFY(_debugClientConnected);
     }
 
-    void refreshReachesTheMainScreenOnlyWhileItExists() {
-        auto* screen = new CountingScreen;
-        _mainVC = screen;
+    // Each callback announces once, after its update, so a refreshing screen sees the new state.
+    void eachCallbackAnnouncesAfterItsUpdate() {
+        QList<bool> loadedAtAnnouncement;
+        auto connection = connect(RuntimeStatusNotifier::instance(), &RuntimeStatusNotifier::changed, this,
+                                  [&] { loadedAtAnnouncement << _runtimeStatusLoaded; });
         deliver({"alive", "connected"});
-        QCOMPARE(screen->refreshes, 2);
-        QVERIFY(screen->loadedAtRefresh);
-
-        delete screen;
-        deliver({"enabled"});
-        QVERIFY(_debugServiceEnabled);
+        disconnect(connection);
+        QCOMPARE(loadedAtAnnouncement, QList<bool>({true, true}));
     }
 
     void postFromTheCommandLineChangesTheStatus() {

@@ -1,0 +1,10 @@
+#include "RuntimeStatusNotifier.h"
+
+namespace brisko {
+
+RuntimeStatusNotifier* RuntimeStatusNotifier::instance() {
+    static RuntimeStatusNotifier notifier;
+    return &notifier;
+}
+
+} // namespace brisko
