@@ -8,8 +8,9 @@ function(brisko_install_bundle)
   endif()
   install(TARGETS ${executables} RUNTIME DESTINATION .)
   list(JOIN executables "|" names)
+  string(REGEX REPLACE "([][+.*()^$?|\\])" "\\\\\\1" folder "${BRISKO_BUNDLE_DIR}")
   install(DIRECTORY ${BRISKO_BUNDLE_DIR}/ DESTINATION . USE_SOURCE_PERMISSIONS
-          REGEX "^${BRISKO_BUNDLE_DIR}/(${names})$" EXCLUDE)
+          REGEX "^${folder}/(${names})$" EXCLUDE)
   # What the package needs built, without the tests and benchmarks.
   add_custom_target(package_contents DEPENDS ${executables} bundle_resources packaging_files)
 endfunction()

@@ -112,6 +112,8 @@ def check_layout(root, bundle_dir, expect_daemon):
     built = {p.relative_to(bundle_dir) for p in bundle_dir.rglob("*") if p.is_file()}
     shipped = {p.relative_to(root / PREFIX) for p in (root / PREFIX).rglob("*") if p.is_file()}
     check(not built - shipped, f"bundle files left out of the package: {sorted(map(str, built - shipped))}")
+    tree = run(["appstreamcli", "validate-tree", "--no-net", str(root)])
+    check(tree.returncode == 0, f"AppStream rejects the installed tree:\n{tree.stdout}")
     link = root / "usr/bin/brisko"
     check(link.is_symlink() and os.readlink(link) == f"/{PREFIX}/brisko", "usr/bin/brisko does not point at the bundle")
 
@@ -166,6 +168,15 @@ def ping_daemon(daemon, work, env):
     with open(heard, "w") as log:
         monitor = subprocess.Popen(["dbus-monitor", "--system", "type='signal',interface='com.brisko.Notify'"],
                                    stdout=log, env=env)
+    try:
+        alive, exited, errors = wait_for_alive(daemon, documents, heard, env)
+    finally:
+        monitor.terminate()
+        monitor.wait()
+    check(alive, f"the installed daemon did not answer a ping (exit {exited}): {errors[-2000:]}")
+
+
+def wait_for_alive(daemon, documents, heard, env):
     proc = subprocess.Popen([str(daemon), str(documents)], env=env, stdout=subprocess.DEVNULL,
                             stderr=subprocess.PIPE, text=True, start_new_session=True)
     alive, deadline = False, time.monotonic() + 30
@@ -178,9 +189,7 @@ def ping_daemon(daemon, work, env):
     if exited is None:
         os.killpg(proc.pid, signal.SIGTERM)
     _, errors = proc.communicate(timeout=10)
-    monitor.terminate()
-    monitor.wait()
-    check(alive, f"the installed daemon did not answer a ping (exit {exited}): {errors[-2000:]}")
+    return alive, exited, errors
 
 
 def check_daemon(root, work):
