@@ -203,13 +203,6 @@ def check_daemon(root, work):
         ping_daemon(daemon, work, env)
 
 
-def check_lintian(deb):
-    out = run(["lintian", "--tag-display-limit", "0", str(deb)]).stdout
-    print(out, end="")
-    for line in out.splitlines():
-        check(not line.startswith("E:"), f"lintian: {line}")
-
-
 def timed(label, step, *args):
     start = time.monotonic()
     result = step(*args)
@@ -234,7 +227,6 @@ def main():
         timed("application", check_application, root, work, closure)
         check_fonts(closure)
         timed("daemon", check_daemon, root, work)
-        timed("lintian", check_lintian, deb)
     for failure in failures:
         print("FAIL:", failure)
     return 1 if failures else 0
