@@ -1,0 +1,98 @@
+import QtQuick
+import QtQuick.Controls.Basic
+import Brisko.UI
+import Brisko.TextEditor
+
+// Dark, monospaced, plain text. Plain-text format and no wrapping keep a large file quick to
+// open: rich-text detection and wrapping each cost a full pass over the document.
+Rectangle {
+    id: root
+    required property FBTextEditorViewController controller
+    color: Qt.rgba(0.118, 0.118, 0.149, 1)
+
+    property bool textLoaded: false
+
+    function loadText() {
+        textLoaded = false
+        edit.text = controller.text
+        textLoaded = true
+    }
+
+    function ensureVisible(r) {
+        if (flick.contentX >= r.x)
+            flick.contentX = r.x
+        else if (flick.contentX + flick.width <= r.x + r.width)
+            flick.contentX = r.x + r.width - flick.width
+        if (flick.contentY >= r.y)
+            flick.contentY = r.y
+        else if (flick.contentY + flick.height <= r.y + r.height)
+            flick.contentY = r.y + r.height - flick.height
+    }
+
+    Component.onCompleted: loadText()
+
+    Connections {
+        target: root.controller
+        function onLoaded() { root.loadText() }
+        function onSaveRequested() { root.controller.saveText(edit.text) }
+    }
+
+    Shortcut {
+        sequences: [StandardKey.Save]
+        onActivated: root.controller.doSave()
+    }
+
+    Flickable {
+        id: flick
+        objectName: "editorFlickable"
+        anchors.fill: parent
+        anchors.bottomMargin: root.controller.keyboardInset
+        contentWidth: Math.max(width, edit.contentWidth + edit.leftPadding + edit.rightPadding)
+        contentHeight: Math.max(height, edit.contentHeight + edit.topPadding + edit.bottomPadding)
+        clip: true
+        boundsBehavior: Flickable.StopAtBounds
+        ScrollBar.vertical: ScrollBar {}
+        ScrollBar.horizontal: ScrollBar {}
+
+        TextEdit {
+            id: edit
+            objectName: "editorText"
+            width: flick.contentWidth
+            height: flick.contentHeight
+            topPadding: 16
+            leftPadding: 14
+            bottomPadding: 16
+            rightPadding: 14
+            focus: true
+            readOnly: root.controller.readOnly
+            selectByMouse: true
+            persistentSelection: true
+            textFormat: TextEdit.PlainText
+            wrapMode: TextEdit.NoWrap
+            inputMethodHints: Qt.ImhNoAutoUppercase | Qt.ImhNoPredictiveText
+            color: Qt.rgba(0.82, 0.84, 0.88, 1)
+            selectionColor: Qt.rgba(0.25, 0.45, 0.85, 0.6)
+            selectedTextColor: color
+            font.family: "monospace"
+            font.styleHint: Font.Monospace
+            // 13.5 device-independent pixels; pixel sizes are whole numbers, point sizes are not.
+            font.pointSize: 13.5 * 72 / 96
+            onCursorRectangleChanged: root.ensureVisible(cursorRectangle)
+            onTextChanged: if (root.textLoaded) root.controller.textEdited()
+        }
+    }
+
+    Text {
+        objectName: "editorNotice"
+        visible: root.controller.notice !== ""
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.verticalCenter: parent.verticalCenter
+        anchors.margins: 32
+        horizontalAlignment: Text.AlignHCenter
+        wrapMode: Text.Wrap
+        text: root.controller.notice
+        color: Qt.rgba(0.82, 0.84, 0.88, 1)
+        font.pixelSize: 15
+    }
+}
