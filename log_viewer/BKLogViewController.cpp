@@ -38,7 +38,7 @@ void BKLogViewController::viewDidLoad() {
 }
 
 QFont BKLogViewController::logFont() const {
-    if (_logFont != QFont()) return _logFont;
+    if (_logFont.pixelSize() > 0) return _logFont;
     QFont font(QStringLiteral("monospace"));
     font.setStyleHint(QFont::Monospace);
     font.setPixelSize(12);

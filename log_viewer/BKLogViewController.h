@@ -15,7 +15,10 @@ class BKLogViewController : public ui::ViewController {
     QML_ELEMENT
     QML_UNCREATABLE("Pushed by the main screen")
     Q_PROPERTY(QAbstractItemModel* lines READ linesModel CONSTANT)
-    Q_PROPERTY(QFont logFont READ logFont CONSTANT)
+    // The log font as family and pixel size: a QFont with a pixel size does not survive the
+    // trip into QML whole.
+    Q_PROPERTY(QString logFontFamily READ logFontFamily CONSTANT)
+    Q_PROPERTY(int logFontPixelSize READ logFontPixelSize CONSTANT)
     // The match find last landed on, as a line and a span of characters in it; line -1 for none.
     Q_PROPERTY(int matchLine READ matchLine NOTIFY matchChanged)
     Q_PROPERTY(int matchColumn READ matchColumn NOTIFY matchChanged)
@@ -32,6 +35,8 @@ class BKLogViewController : public ui::ViewController {
     LogLinesModel* lines() { return &m_lines; }
     QAbstractItemModel* linesModel() { return &m_lines; }
     QFont logFont() const;
+    QString logFontFamily() const { return logFont().family(); }
+    int logFontPixelSize() const { return logFont().pixelSize() > 0 ? logFont().pixelSize() : 12; }
     int matchLine() const { return m_matchLine; }
     int matchColumn() const { return m_matchColumn; }
     int matchLength() const { return m_matchLength; }

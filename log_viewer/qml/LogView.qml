@@ -87,7 +87,8 @@ Rectangle {
             textFormat: TextEdit.PlainText
             wrapMode: TextEdit.WrapAnywhere
             text: lineItem.text
-            font: root.controller.logFont
+            font.family: root.controller.logFontFamily
+            font.pixelSize: root.controller.logFontPixelSize
             color: SystemColors.label
             selectionColor: Qt.rgba(0, 0.478, 1, 0.3)
             selectedTextColor: SystemColors.label

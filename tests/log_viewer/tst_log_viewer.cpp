@@ -142,7 +142,7 @@ class LogViewerTest : public QObject {
     void selectionSpansLines_data() {
         QTest::addColumn<QList<int>>("range");
         QTest::addColumn<QString>("text");
-        QTest::newRow("within a line") << QList<int>{1, 1, 1, 3} << "ha";
+        QTest::newRow("within a line") << QList<int>{1, 1, 1, 3} << "lp";
         QTest::newRow("across lines") << QList<int>{0, 3, 2, 2} << "ha\nalpha\n日志";
         QTest::newRow("dragged upwards") << QList<int>{2, 2, 0, 3} << "ha\nalpha\n日志";
         QTest::newRow("past the end") << QList<int>{2, 0, 9, 99} << "日志行";

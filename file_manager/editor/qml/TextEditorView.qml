@@ -74,7 +74,6 @@ Rectangle {
             selectionColor: Qt.rgba(0.25, 0.45, 0.85, 0.6)
             selectedTextColor: color
             font.family: "monospace"
-            font.styleHint: Font.Monospace
             // 13.5 device-independent pixels; pixel sizes are whole numbers, point sizes are not.
             font.pointSize: 13.5 * 72 / 96
             onCursorRectangleChanged: root.ensureVisible(cursorRectangle)
