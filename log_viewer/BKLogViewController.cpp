@@ -27,6 +27,7 @@ BKLogViewController::BKLogViewController(const QString& path) : m_path(path.isEm
          QVariantMap{{"text", QStringLiteral("清空")}, {"tint", "systemRed"}, {"id", kClearItem}}});
     // A reloaded log invalidates where the last match was.
     connect(&m_lines, &LogLinesModel::reloaded, this, [this] { setMatch(-1, 0, 0, -1); });
+    m_lines.setFont(logFontFamily(), logFontPixelSize());
 }
 
 QUrl BKLogViewController::viewUrl() const {
@@ -88,6 +89,10 @@ QString BKLogViewController::selectedText(int anchorLine, int anchorColumn, int 
         parts << text;
     }
     return parts.join(QLatin1Char('\n'));
+}
+
+void BKLogViewController::setSelection(int anchorLine, int anchorColumn, int line, int column) {
+    m_lines.setSelection(anchorLine, anchorColumn, line, column);
 }
 
 void BKLogViewController::copySelection(int anchorLine, int anchorColumn, int line, int column) {
@@ -162,6 +167,7 @@ void BKLogViewController::endFind() {
 }
 
 void BKLogViewController::setMatch(int line, int column, int length, qint64 offset) {
+    m_lines.setMatch(line, column, column + length);
     m_matchLine = line;
     m_matchColumn = column;
     m_matchLength = length;

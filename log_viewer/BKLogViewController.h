@@ -56,6 +56,7 @@ class BKLogViewController : public ui::ViewController {
     Q_INVOKABLE void endFind();
     // The view's selection, from (line, column) to (line, column) in either order; copies it.
     Q_INVOKABLE void copySelection(int anchorLine, int anchorColumn, int line, int column);
+    Q_INVOKABLE void setSelection(int anchorLine, int anchorColumn, int line, int column);
     QString selectedText(int anchorLine, int anchorColumn, int line, int column) const;
 
   signals:

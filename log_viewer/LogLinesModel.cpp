@@ -8,6 +8,10 @@
 #include <QPointer>
 #include <QSaveFile>
 
+#include <algorithm>
+#include <limits>
+#include <utility>
+
 #include <sys/stat.h>
 
 namespace brisko {
@@ -131,12 +135,73 @@ int LogLinesModel::rowCount(const QModelIndex& parent) const {
 }
 
 QVariant LogLinesModel::data(const QModelIndex& index, int role) const {
-    if (role != TextRole && role != Qt::DisplayRole) return {};
-    return lineText(index.row());
+    const qint64 line = index.row();
+    switch (role) {
+    case Qt::DisplayRole:
+    case TextRole:
+        return lineText(line);
+    case MatchRole:
+        return line == m_matchLine ? QVariantList{m_matchFrom, m_matchTo} : QVariantList{0, 0};
+    case SelectionRole:
+        return selectionIn(line);
+    case FontFamilyRole:
+        return m_fontFamily;
+    case FontPixelSizeRole:
+        return m_fontPixelSize;
+    default:
+        return {};
+    }
 }
 
 QHash<int, QByteArray> LogLinesModel::roleNames() const {
-    return {{TextRole, "text"}};
+    return {{TextRole, "text"},
+            {MatchRole, "match"},
+            {SelectionRole, "selection"},
+            {FontFamilyRole, "fontFamily"},
+            {FontPixelSizeRole, "fontPixelSize"}};
+}
+
+QVariantList LogLinesModel::selectionIn(qint64 line) const {
+    if (m_selectionFirst < 0 || line < m_selectionFirst || line > m_selectionLast) return {0, 0};
+    const int from = line == m_selectionFirst ? m_selectionFirstColumn : 0;
+    const int to = line == m_selectionLast ? m_selectionLastColumn : std::numeric_limits<int>::max();
+    return {from, to};
+}
+
+void LogLinesModel::rowsChanged(qint64 first, qint64 last, const QList<int>& roles) {
+    first = std::max<qint64>(first, 0);
+    last = std::min<qint64>(last, rowCount() - 1);
+    if (first <= last) emit dataChanged(index(int(first)), index(int(last)), roles);
+}
+
+void LogLinesModel::setMatch(qint64 line, int from, int to) {
+    const qint64 old = m_matchLine;
+    m_matchLine = line;
+    m_matchFrom = from;
+    m_matchTo = to;
+    if (old >= 0) rowsChanged(old, old, {MatchRole});
+    if (line >= 0) rowsChanged(line, line, {MatchRole});
+}
+
+void LogLinesModel::setSelection(qint64 anchorLine, int anchorColumn, qint64 line, int column) {
+    const qint64 oldFirst = m_selectionFirst;
+    const qint64 oldLast = m_selectionLast;
+    if (std::pair(line, column) < std::pair(anchorLine, anchorColumn)) {
+        std::swap(line, anchorLine);
+        std::swap(column, anchorColumn);
+    }
+    m_selectionFirst = anchorLine;
+    m_selectionFirstColumn = anchorColumn;
+    m_selectionLast = line;
+    m_selectionLastColumn = column;
+    if (oldFirst >= 0) rowsChanged(oldFirst, oldLast, {SelectionRole});
+    if (anchorLine >= 0) rowsChanged(anchorLine, line, {SelectionRole});
+}
+
+void LogLinesModel::setFont(const QString& family, int pixelSize) {
+    m_fontFamily = family;
+    m_fontPixelSize = pixelSize;
+    rowsChanged(0, rowCount() - 1, {FontFamilyRole, FontPixelSizeRole});
 }
 
 QString LogLinesModel::lineText(qint64 line) const {

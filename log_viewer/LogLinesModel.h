@@ -18,7 +18,7 @@ class LogLinesModel : public QAbstractListModel {
     Q_OBJECT
 
   public:
-    enum Role { TextRole = Qt::UserRole + 1 };
+    enum Role { TextRole = Qt::UserRole + 1, MatchRole, SelectionRole, FontFamilyRole, FontPixelSizeRole };
     // Lines indexed before the model first answers: more than any screen shows.
     static constexpr qint64 kTailLines = 512;
 
@@ -44,6 +44,12 @@ class LogLinesModel : public QAbstractListModel {
     // Heap memory the index holds.
     qint64 indexBytes() const { return qint64(m_starts.capacity() * sizeof(uint32_t)); }
 
+    // What a line shows besides its text: the find match and the selection, each as a character
+    // span [from, to) of the line; `to` past the end means "to the end of the line".
+    void setMatch(qint64 line, int from, int to);
+    void setSelection(qint64 anchorLine, int anchorColumn, qint64 line, int column);
+    void setFont(const QString& family, int pixelSize);
+
     // Looks at the file again: appended lines, a truncated or replaced file.
     void refresh();
 
@@ -58,6 +64,8 @@ class LogLinesModel : public QAbstractListModel {
     void mergeHead(quint64 generation, LineStarts head);
     void grow();
     void watch();
+    void rowsChanged(qint64 first, qint64 last, const QList<int>& roles);
+    QVariantList selectionIn(qint64 line) const;
 
     QString m_path;
     std::shared_ptr<const MappedLog> m_map;
@@ -66,6 +74,16 @@ class LogLinesModel : public QAbstractListModel {
     bool m_headPending = false;
     quint64 m_generation = 0;
     QFileSystemWatcher m_watcher;
+    qint64 m_matchLine = -1;
+    int m_matchFrom = 0;
+    int m_matchTo = 0;
+    // Ordered so that (first, firstColumn) comes before (last, lastColumn); first -1 for none.
+    qint64 m_selectionFirst = -1;
+    int m_selectionFirstColumn = 0;
+    qint64 m_selectionLast = -1;
+    int m_selectionLastColumn = 0;
+    QString m_fontFamily;
+    int m_fontPixelSize = 12;
 };
 
 } // namespace brisko

@@ -82,8 +82,7 @@ Run openOnce(ui::Window& window, ui::NavigationController* nav, const QString& p
     auto* viewer = new BKLogViewController(path);
     nav->pushViewController(viewer, false);
     auto* list = viewer->view()->findChild<QQuickItem*>(QStringLiteral("logList"));
-    if (!list || !waitForLastLine(window.quickWindow(), list))
-        qFatal("the last line never showed");
+    if (!list || !waitForLastLine(window.quickWindow(), list)) qFatal("the last line never showed");
     Run run{double(timer.nsecsElapsed()) / 1e6, 0};
     QEventLoop loop;
     QObject::connect(viewer->lines(), &LogLinesModel::fullyIndexed, &loop, &QEventLoop::quit);

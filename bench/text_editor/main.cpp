@@ -56,7 +56,8 @@ double openOurs(ui::Window& window, ui::NavigationController* nav, const QString
     const double ms = double(timer.nsecsElapsed()) / 1e6;
     // The frame must hold the whole file, laid out.
     auto* text = editor->view()->findChild<QQuickItem*>(QStringLiteral("editorText"));
-    if (!text || text->property("length").toInt() != editor->text().size() || text->property("contentHeight").toDouble() < 100)
+    if (!text || text->property("length").toInt() != editor->text().size() ||
+        text->property("contentHeight").toDouble() < 100)
         qFatal("the editor showed no text");
     nav->popViewControllerAnimated(false);
     QCoreApplication::processEvents();

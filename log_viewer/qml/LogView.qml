@@ -34,41 +34,46 @@ Rectangle {
         return { line: line.index, column: line.textItem.positionAt(local.x, local.y) }
     }
 
-    function selectionStart(line) {
-        const forward = anchorLine < cursorLine || (anchorLine === cursorLine && anchorColumn <= cursorColumn)
-        const first = forward ? anchorLine : cursorLine
-        const last = forward ? cursorLine : anchorLine
-        if (anchorLine < 0 || line < first || line > last)
-            return [0, 0]
-        const from = line === first ? (forward ? anchorColumn : cursorColumn) : 0
-        const to = line === last ? (forward ? cursorColumn : anchorColumn) : 1 << 30
-        return [from, to]
+    function select(line, column, extend) {
+        if (!extend) {
+            anchorLine = line
+            anchorColumn = column
+        }
+        cursorLine = line
+        cursorColumn = column
+        controller.setSelection(anchorLine, anchorColumn, cursorLine, cursorColumn)
     }
 
     Keys.onPressed: event => {
-        if (event.matches(StandardKey.Copy) && anchorLine >= 0) {
+        const control = (event.modifiers & Qt.ControlModifier) !== 0
+        if (control && event.key === Qt.Key_C && anchorLine >= 0) {
             root.controller.copySelection(anchorLine, anchorColumn, cursorLine, cursorColumn)
             event.accepted = true
-        } else if (event.matches(StandardKey.Find)) {
+        } else if (control && event.key === Qt.Key_F) {
             root.controller.beginFind()
             findField.forceActiveFocus()
             event.accepted = true
         }
     }
 
+    // One line with what it shows of the find match and of the selection.
     component LogLine: Item {
         id: lineItem
         required property int index
         required property string text
+        required property string fontFamily
+        required property int fontPixelSize
+        // Character spans [from, to) of this line.
+        required property var selection
+        required property var match
         readonly property TextEdit textItem: edit
-        readonly property var selected: root.selectionStart(index)
-        width: list.width
+        width: ListView.view ? ListView.view.width : 0
         height: edit.height
 
         Rectangle {
-            readonly property bool shown: root.controller.matchLine === lineItem.index
-            readonly property rect from: shown ? edit.positionToRectangle(root.controller.matchColumn) : Qt.rect(0, 0, 0, 0)
-            readonly property rect to: shown ? edit.positionToRectangle(root.controller.matchColumn + root.controller.matchLength) : Qt.rect(0, 0, 0, 0)
+            readonly property bool shown: lineItem.match[1] > lineItem.match[0]
+            readonly property rect from: shown ? edit.positionToRectangle(lineItem.match[0]) : Qt.rect(0, 0, 0, 0)
+            readonly property rect to: shown ? edit.positionToRectangle(lineItem.match[1]) : Qt.rect(0, 0, 0, 0)
             visible: shown
             x: edit.x + from.x
             y: edit.y + from.y
@@ -80,24 +85,22 @@ Rectangle {
         TextEdit {
             id: edit
             x: 12
-            width: parent.width - 24
+            width: lineItem.width - 24
             readOnly: true
             selectByMouse: false
             activeFocusOnPress: false
             textFormat: TextEdit.PlainText
             wrapMode: TextEdit.WrapAnywhere
             text: lineItem.text
-            font.family: root.controller.logFontFamily
-            font.pixelSize: root.controller.logFontPixelSize
+            font.family: lineItem.fontFamily
+            font.pixelSize: lineItem.fontPixelSize
             color: SystemColors.label
             selectionColor: Qt.rgba(0, 0.478, 1, 0.3)
             selectedTextColor: SystemColors.label
-            Component.onCompleted: select(lineItem.selected[0], lineItem.selected[1])
-            Connections {
-                target: lineItem
-                function onSelectedChanged() { edit.select(lineItem.selected[0], lineItem.selected[1]) }
-            }
         }
+
+        onSelectionChanged: edit.select(selection[0], Math.min(selection[1], edit.length))
+        Component.onCompleted: edit.select(selection[0], Math.min(selection[1], edit.length))
     }
 
     ListView {
@@ -123,15 +126,11 @@ Rectangle {
         onPressed: mouse => {
             root.forceActiveFocus()
             const at = root.positionAt(mouse.x, mouse.y)
-            root.anchorLine = at.line
-            root.anchorColumn = at.column
-            root.cursorLine = at.line
-            root.cursorColumn = at.column
+            root.select(at.line, at.column, false)
         }
         onPositionChanged: mouse => {
             const at = root.positionAt(mouse.x, mouse.y)
-            root.cursorLine = at.line
-            root.cursorColumn = at.column
+            root.select(at.line, at.column, true)
         }
         onWheel: wheel => {
             const top = list.originY
@@ -140,13 +139,10 @@ Rectangle {
         }
     }
 
-    Connections {
-        target: root.controller
-        function onMatchChanged() {
-            if (root.controller.matchLine >= 0)
-                list.positionViewAtIndex(root.controller.matchLine, ListView.Center)
-        }
-    }
+    Component.onCompleted: root.controller.matchChanged.connect(() => {
+        if (root.controller.matchLine >= 0)
+            list.positionViewAtIndex(root.controller.matchLine, ListView.Center)
+    })
 
     Rectangle {
         id: findBar

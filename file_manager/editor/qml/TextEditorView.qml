@@ -1,6 +1,5 @@
 import QtQuick
 import QtQuick.Controls.Basic
-import Brisko.UI
 import Brisko.TextEditor
 
 // Dark, monospaced, plain text. Plain-text format and no wrapping keep a large file quick to
@@ -18,7 +17,10 @@ Rectangle {
         textLoaded = true
     }
 
-    function ensureVisible(r) {
+    function ensureVisible(cursor) {
+        if (flick.width <= 0 || flick.height <= 0)
+            return
+        const r = Qt.rect(cursor.x + edit.x, cursor.y + edit.y, cursor.width, cursor.height)
         if (flick.contentX >= r.x)
             flick.contentX = r.x
         else if (flick.contentX + flick.width <= r.x + r.width)
@@ -29,16 +31,14 @@ Rectangle {
             flick.contentY = r.y + r.height - flick.height
     }
 
-    Component.onCompleted: loadText()
-
-    Connections {
-        target: root.controller
-        function onLoaded() { root.loadText() }
-        function onSaveRequested() { root.controller.saveText(edit.text) }
+    Component.onCompleted: {
+        loadText()
+        controller.loaded.connect(loadText)
+        controller.saveRequested.connect(() => controller.saveText(edit.text))
     }
 
     Shortcut {
-        sequences: [StandardKey.Save]
+        sequence: "Ctrl+S"
         onActivated: root.controller.doSave()
     }
 
@@ -47,8 +47,9 @@ Rectangle {
         objectName: "editorFlickable"
         anchors.fill: parent
         anchors.bottomMargin: root.controller.keyboardInset
-        contentWidth: Math.max(width, edit.contentWidth + edit.leftPadding + edit.rightPadding)
-        contentHeight: Math.max(height, edit.contentHeight + edit.topPadding + edit.bottomPadding)
+        // Insets 16/14/16/14 around the text.
+        contentWidth: Math.max(width, edit.contentWidth + 28)
+        contentHeight: Math.max(height, edit.contentHeight + 32)
         clip: true
         boundsBehavior: Flickable.StopAtBounds
         ScrollBar.vertical: ScrollBar {}
@@ -57,12 +58,10 @@ Rectangle {
         TextEdit {
             id: edit
             objectName: "editorText"
-            width: flick.contentWidth
-            height: flick.contentHeight
-            topPadding: 16
-            leftPadding: 14
-            bottomPadding: 16
-            rightPadding: 14
+            x: 14
+            y: 16
+            width: flick.contentWidth - 28
+            height: flick.contentHeight - 32
             focus: true
             readOnly: root.controller.readOnly
             selectByMouse: true
