@@ -8,11 +8,13 @@
 #include "app/status/locations.h"
 #include "app/status/notification_names.h"
 #include "app/status/runtime_status.h"
+#include "log_viewer/BKLogViewController.h"
 #include "main_screen/device_facts.h"
 #include "main_screen/table_rows.h"
 #include "platform/bundle/bundle.h"
 #include "platform/device/network.h"
 #include "platform/dispatch/dispatch.h"
+#include "platform/ui/NavigationController.h"
 
 #include <QDir>
 #include <QFile>
@@ -161,8 +163,10 @@ void BKMainViewController::barItemTapped(const QString& id) {
     if (id == kLogsBarItem) openLogs();
 }
 
-// The log viewer is pushed from here once it exists.
-void BKMainViewController::openLogs() {}
+void BKMainViewController::openLogs() {
+    if (ui::NavigationController* nav = navigationController())
+        nav->pushViewController(new BKLogViewController, true);
+}
 
 void BKMainViewController::postNotification(const QString& name) {
     BKPostDarwinNotification(name);

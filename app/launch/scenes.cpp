@@ -1,6 +1,8 @@
 #include "platform/ui/scenes.h"
 #include "app/feedback/feedback_scenes.h"
 #include "app/launch/screenshot_tour.h"
+#include "file_manager/editor/editor_scenes.h"
+#include "log_viewer/log_viewer_scenes.h"
 #include "main_screen/main_screen_scenes.h"
 
 namespace brisko {
@@ -9,6 +11,8 @@ void registerAllScenes() {
     ui::registerScene(QStringLiteral("launch"), [](QQuickItem*) { return std::function<void()>(); });
     registerMainScreenScenes();
     registerFeedbackScenes();
+    registerLogViewerScenes();
+    registerTextEditorScenes();
 }
 
 } // namespace brisko

@@ -43,6 +43,12 @@ void NavigationController::pushViewController(ViewController* controller, bool a
     emit topChanged();
 }
 
+void NavigationController::backButtonTapped() {
+    ViewController* top = topViewController();
+    if (top && !top->shouldPopOnBack()) return;
+    popViewControllerAnimated(true);
+}
+
 void NavigationController::popViewControllerAnimated(bool animated) {
     if (m_stack.size() < 2) return;
     QPointer<ViewController> leaving = m_stack.takeLast();

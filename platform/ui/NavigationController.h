@@ -20,6 +20,8 @@ class NavigationController : public ViewController {
 
     void pushViewController(ViewController* controller, bool animated = true);
     Q_INVOKABLE void popViewControllerAnimated(bool animated = true);
+    // The bar's back button: pops unless the top screen holds it back.
+    Q_INVOKABLE void backButtonTapped();
     ViewController* topViewController() const;
     QList<ViewController*> viewControllers() const;
 

@@ -44,6 +44,8 @@ class ViewController : public QObject {
     virtual void viewDidLoad() {}
     virtual void viewWillAppear(bool animated) { Q_UNUSED(animated); }
     Q_INVOKABLE virtual void viewDidLayoutSubviews() {}
+    // The back button asks first; a screen with unsaved work may say no and ask the user.
+    virtual bool shouldPopOnBack() { return true; }
 
   signals:
     void titleChanged();

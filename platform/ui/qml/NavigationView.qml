@@ -68,7 +68,7 @@ Item {
             MouseArea {
                 anchors.fill: parent
                 anchors.margins: -8
-                onClicked: root.controller.popViewControllerAnimated(true)
+                onClicked: root.controller.backButtonTapped()
             }
         }
 

@@ -1,0 +1,7 @@
+#pragma once
+
+#include <QLoggingCategory>
+
+namespace brisko {
+Q_DECLARE_LOGGING_CATEGORY(lcLogViewer)
+}
