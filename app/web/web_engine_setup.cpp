@@ -1,7 +1,8 @@
 #include "web_engine_setup.h"
 
 #include <QByteArray>
-#include <QtWebEngineQuick/qtwebenginequickglobal.h>
+#include <QCoreApplication>
+#include <QQuickWindow>
 
 #include <unistd.h>
 
@@ -19,9 +20,12 @@ void allowRootWithoutSandbox() {
 
 } // namespace
 
+// The same set-up QtWebEngineQuick::initialize() makes, without loading the engine: one GL
+// context shared with the engine's compositor, and the scene graph on OpenGL.
 void BKInitializeWebEngine() {
     allowRootWithoutSandbox();
-    QtWebEngineQuick::initialize();
+    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+    QQuickWindow::setGraphicsApi(QSGRendererInterface::OpenGL);
 }
 
 } // namespace brisko
