@@ -1,7 +1,7 @@
-// bench_web_panel: the web panel's show, bus notification to first frame, cold and warm, against a
-// bare WebEngineView loading the same page; then the application's start-up with the panel built
-// in (never shown) against the same application built without it. Needs the system bus (or a
-// private one in DBUS_SYSTEM_BUS_ADDRESS) and port 65005.
+// bench_web_panel: the web panel's show, bus notification to first frame, cold and warm, against
+// bench_web_panel_bare, a plain WebEngineView program loading the same page; then the application's start-up
+// with the panel built in (never shown) against the same application built without it. Needs the system bus
+// (or a private one in DBUS_SYSTEM_BUS_ADDRESS) and port 65005.
 
 #include "app/web/web_engine_setup.h"
 #include "bench/bundle_digest/first_frame.h"
@@ -31,11 +31,11 @@ double median(QList<double> values) {
 }
 
 // Each side runs in a fresh process so that its first show is really cold.
-QList<double> timesFromChild(const QString& mode) {
+QList<double> timesFromChild(const QString& program, const QStringList& arguments) {
     QProcess child;
     child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    child.start(QCoreApplication::applicationFilePath(), {mode});
-    if (!child.waitForFinished(300000) || child.exitCode() != 0) qFatal("%s run failed", qPrintable(mode));
+    child.start(program, arguments);
+    if (!child.waitForFinished(300000) || child.exitCode() != 0) qFatal("%s failed", qPrintable(program));
     QList<double> times;
     for (const QByteArray& line : child.readAllStandardOutput().split('\n'))
         if (!line.isEmpty()) times << line.toDouble();
@@ -46,11 +46,11 @@ struct ShowFigures {
     QList<double> cold, warm;
 };
 
-ShowFigures collect(const QString& mode) {
+ShowFigures collect(const QString& program, const QStringList& arguments) {
     ShowFigures figures;
     for (int i = 0; i < kProcessesEach; ++i) {
-        const QList<double> times = timesFromChild(mode);
-        if (times.isEmpty()) qFatal("%s reported nothing", qPrintable(mode));
+        const QList<double> times = timesFromChild(program, arguments);
+        if (times.isEmpty()) qFatal("%s reported nothing", qPrintable(program));
         figures.cold << times.first();
         figures.warm << times.mid(1);
     }
@@ -58,8 +58,8 @@ ShowFigures collect(const QString& mode) {
 }
 
 void printShowComparison() {
-    const ShowFigures ours = collect("--ours");
-    const ShowFigures bare = collect("--bare");
+    const ShowFigures ours = collect(QCoreApplication::applicationFilePath(), {"--ours"});
+    const ShowFigures bare = collect(BRISKO_BARE_PEER, {QString::number(kWarmShows)});
     std::printf("show to first frame (median ms)   panel via bus   bare WebEngineView   ratio\n");
     std::printf("  cold (%d processes)            %10.1f %20.1f %7.2f\n", kProcessesEach, median(ours.cold),
                 median(bare.cold), median(ours.cold) / median(bare.cold));
@@ -67,19 +67,22 @@ void printShowComparison() {
                 median(ours.warm), median(bare.warm), median(ours.warm) / median(bare.warm));
 }
 
+// Launches alternate between the two builds so that the machine's load falls on both alike.
 void printStartupComparison() {
     QTemporaryDir withPanel, withoutPanel;
-    const double with = median(timeToFirstFrame(BRISKO_APP, withPanel.path(), kLaunches));
-    const double without =
-        median(timeToFirstFrame(BRISKO_APP_WITHOUT_WEB_PANEL, withoutPanel.path(), kLaunches));
+    QList<double> with, without;
+    for (int i = 0; i < kLaunches; ++i) {
+        with << timeToFirstFrame(BRISKO_APP, withPanel.path(), 1);
+        without << timeToFirstFrame(BRISKO_APP_WITHOUT_WEB_PANEL, withoutPanel.path(), 1);
+    }
     std::printf("launch to first frame (median of %d, ms)   with panel %.1f   without %.1f   ratio %.3f\n",
-                kLaunches, with, without, with / without);
+                kLaunches, median(with), median(without), median(with) / median(without));
 }
 
-int runChild(int argc, char** argv, bool ours) {
+int runOurs(int argc, char** argv) {
     brisko::BKInitializeWebEngine();
     QGuiApplication app(argc, argv);
-    const QList<double> times = ours ? timeShowsThroughBus(kWarmShows) : timeBareViews(kWarmShows);
+    const QList<double> times = timeShowsThroughBus(kWarmShows);
     for (double ms : times)
         std::printf("%.3f\n", ms);
     return 0;
@@ -88,10 +91,11 @@ int runChild(int argc, char** argv, bool ours) {
 } // namespace
 
 int main(int argc, char** argv) {
-    const QByteArray mode = argc > 1 ? QByteArray(argv[1]) : QByteArray();
-    if (mode == "--ours" || mode == "--bare") return runChild(argc, argv, mode == "--ours");
+    if (argc > 1 && QByteArray(argv[1]) == "--ours") return runOurs(argc, argv);
     QCoreApplication app(argc, argv);
-    printShowComparison();
-    printStartupComparison();
+    const QStringList arguments = app.arguments();
+    // --shows or --startup runs one half only.
+    if (!arguments.contains("--startup")) printShowComparison();
+    if (!arguments.contains("--shows")) printStartupComparison();
     return 0;
 }

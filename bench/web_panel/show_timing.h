@@ -10,7 +10,4 @@ namespace brisko::bench {
 // after a close.
 QList<double> timeShowsThroughBus(int warm);
 
-// The peer: a bare WebEngineView in a window loading the same page, created afresh each time.
-QList<double> timeBareViews(int warm);
-
 } // namespace brisko::bench
