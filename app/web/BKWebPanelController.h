@@ -10,7 +10,7 @@
 
 namespace brisko {
 
-class BKWebPanelController : public ui::ViewController {
+class BKWebPanelController : public brisko::ui::ViewController {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Made by SetWebViewURL")

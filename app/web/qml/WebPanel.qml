@@ -23,7 +23,7 @@ WebEngineView {
         target: view.controller
         function onLoadRequested(url) {
             // The same address again is a reload, which setting url would not do.
-            if (view.url.toString() === url.toString())
+            if (String(view.url) === String(url))
                 view.reload()
             else
                 view.url = url
