@@ -8,9 +8,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <QLoggingCategory>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <system_error>
 #include <thread>
 #include <vector>
@@ -18,6 +21,8 @@
 namespace brisko {
 
 namespace {
+
+Q_LOGGING_CATEGORY(lcSpawn, "brisko.spawn", QtInfoMsg)
 
 enum class Identity { Superuser, Own };
 
@@ -50,13 +55,22 @@ char* const kEmptyEnvironment[] = {nullptr};
     failInChild(reportFd, 5);
 }
 
+const char* stepName(int32_t step) {
+    static const char* const names[] = {"?", "setsid", "setgroups", "setgid", "setuid", "execve"};
+    return step >= 1 && step <= 5 ? names[step] : names[0];
+}
+
 // The report pipe is close-on-exec: end of file without a report means exec succeeded.
-bool childReachedExec(int reportFd) {
+bool childReachedExec(int reportFd, const char* path) {
     ChildFailure failure;
     ssize_t n;
     do {
         n = read(reportFd, &failure, sizeof failure);
     } while (n < 0 && errno == EINTR);
+    if (n == ssize_t(sizeof failure))
+        qCDebug(lcSpawn, "%s: %s failed: %s", path, stepName(failure.step), strerror(failure.error));
+    else if (n != 0)
+        qCDebug(lcSpawn, "%s: the child's report was cut short", path);
     return n == 0;
 }
 
@@ -70,21 +84,26 @@ void waitForExit(pid_t pid) {
 void reapWhenDone(pid_t pid) {
     try {
         std::thread([pid] { waitForExit(pid); }).detach();
-    } catch (const std::system_error&) {
+    } catch (const std::system_error& error) {
         // No thread to spare: the child stays a zombie until this process ends.
+        qCDebug(lcSpawn, "pid %d will not be reaped: %s", int(pid), error.what());
     }
 }
 
 pid_t startChild(const char* path, char* const argv[], Identity identity) {
     int report[2];
-    if (pipe2(report, O_CLOEXEC) != 0) return -1;
+    if (pipe2(report, O_CLOEXEC) != 0) {
+        qCDebug(lcSpawn, "%s: no report pipe: %s", path, strerror(errno));
+        return -1;
+    }
     const pid_t pid = fork();
+    if (pid < 0) qCDebug(lcSpawn, "%s: fork failed: %s", path, strerror(errno));
     if (pid == 0) {
         close(report[0]);
         runChild(path, argv, identity, report[1]);
     }
     close(report[1]);
-    const bool started = pid > 0 && childReachedExec(report[0]);
+    const bool started = pid > 0 && childReachedExec(report[0], path);
     close(report[0]);
     if (pid > 0 && !started) waitForExit(pid);
     if (!started) return -1;
@@ -109,7 +128,7 @@ int32_t BKKit::spawnAsRoot(const QString& path, const QStringList& arguments) {
     const int32_t count = int32_t(argumentsUtf8.size());
     auto** argv = static_cast<char**>(calloc(size_t(count) + 2, sizeof(char*)));
     if (!argv) {
-        fputs("[BKKit] spawnAsRoot: argv allocation failed\n", stderr);
+        qCDebug(lcSpawn, "%s: argv allocation failed", pathUtf8.constData());
         return -1;
     }
     argv[0] = const_cast<char*>(pathUtf8.constData());
@@ -117,7 +136,10 @@ int32_t BKKit::spawnAsRoot(const QString& path, const QStringList& arguments) {
         argv[i + 1] = const_cast<char*>(argumentsUtf8[size_t(i)].constData());
 
     pid_t pid = startChild(pathUtf8.constData(), argv, Identity::Superuser);
-    if (pid < 0) pid = startChild(pathUtf8.constData(), argv, Identity::Own); // once, as ourselves
+    if (pid < 0) {
+        qCDebug(lcSpawn, "%s: retrying once with our own identity", pathUtf8.constData());
+        pid = startChild(pathUtf8.constData(), argv, Identity::Own);
+    }
     free(argv);
     return pid;
 }

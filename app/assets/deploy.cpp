@@ -6,6 +6,7 @@
 #include "platform/bundle/bundle.h"
 
 #include <QDir>
+#include <QLoggingCategory>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -13,6 +14,15 @@
 namespace brisko {
 namespace {
 using namespace assets;
+
+Q_LOGGING_CATEGORY(lcAssets, "brisko.assets", QtInfoMsg)
+
+// A copy that fails keeps what was there; the next launch with a new bundle tries again.
+void copyOrLog(bool (*copy)(const QByteArray&, const QByteArray&), const QByteArray& source,
+               const QByteArray& destination) {
+    if (!copy(source, destination))
+        qCDebug(lcAssets, "not copied: %s -> %s", source.constData(), destination.constData());
+}
 
 // The daemon's loadable libraries: the original platform's suffix and the native one.
 bool isLibraryName(const QByteArray& name) {
@@ -24,10 +34,13 @@ void syncFolders(const QByteArray& source, const QByteArray& destination, Folder
 void syncEntry(const QByteArray& source, const QByteArray& destination, FolderTrail& trail) {
     const EntryInfo info = statFollowingLinks(source);
     if (info.kind != EntryKind::Directory) {
-        replaceFileWithCopy(source, destination);
+        copyOrLog(replaceFileWithCopy, source, destination);
         return;
     }
-    if (trail.contains(info)) return; // a link back into the merge would never end
+    if (trail.contains(info)) { // a link back into the merge would never end
+        qCDebug(lcAssets, "link loop skipped: %s", source.constData());
+        return;
+    }
     trail.push(info);
     syncFolders(source, destination, trail);
     trail.pop();
@@ -51,7 +64,7 @@ void syncDirectoryOverwrite(const QByteArray& source, const QByteArray& destinat
 
 void deployLibraries(const QByteArray& frameworks, const QByteArray& docs) {
     for (const QByteArray& name : listDirectory(frameworks)) {
-        if (isLibraryName(name)) replaceWithCopy(joinPath(frameworks, name), joinPath(docs, name));
+        if (isLibraryName(name)) copyOrLog(replaceWithCopy, joinPath(frameworks, name), joinPath(docs, name));
     }
 }
 
@@ -59,13 +72,16 @@ void deploy(const QByteArray& bundle, const QByteArray& docs) {
     const QByteArray assetsFolder = joinPath(bundle, "assets");
     if (pathExists(assetsFolder)) syncDirectoryOverwrite(assetsFolder, joinPath(docs, "assets"));
     const QByteArray appFolder = joinPath(bundle, "app");
-    if (pathExists(appFolder)) replaceWithCopy(appFolder, joinPath(docs, "app"));
+    if (pathExists(appFolder)) copyOrLog(replaceWithCopy, appFolder, joinPath(docs, "app"));
     deployLibraries(joinPath(bundle, "Frameworks"), docs);
 }
 
 void writeEmptyFile(const QByteArray& path) {
     const int fd = open(path.constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
-    if (fd >= 0) close(fd);
+    if (fd >= 0)
+        close(fd);
+    else
+        qCDebug(lcAssets, "stamp not written: %s", path.constData());
 }
 } // namespace
 
@@ -74,7 +90,10 @@ void BKPrepareBundledAssetsIfNeeded() {
     const QString bundlePath = bundle::bundlePath();
     const QString digest = BKAppBundleMD5();
     const QString stampDir = BKIPAStampDirectory();
-    if (digest.isEmpty() || stampDir.isEmpty()) return;
+    if (digest.isEmpty() || stampDir.isEmpty()) {
+        qCDebug(lcAssets, "no bundle digest or stamp folder: assets not deployed");
+        return;
+    }
     const QByteArray stamp = joinPath(nativePath(stampDir), digest.toLatin1());
     if (pathExists(stamp)) return;
     if (!docs.isEmpty()) deploy(nativePath(bundlePath), nativePath(docs));

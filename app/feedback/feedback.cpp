@@ -17,7 +17,7 @@
 namespace brisko {
 namespace {
 
-Q_LOGGING_CATEGORY(lcFeedback, "brisko.ui.feedback")
+Q_LOGGING_CATEGORY(lcFeedback, "brisko.ui.feedback", QtInfoMsg)
 
 constexpr int kFadeMs = 250;
 constexpr double kToastHoldSeconds = 1.6;

@@ -6,6 +6,7 @@
 #include "app/status/app_references.h"
 #include "app/status/channel.h"
 #include "app/status/runtime_status.h"
+#include "file_manager/zip/log/debug_log.h"
 #include "kit/BKKit.h"
 #include "main_screen/BKMainViewController.h"
 
@@ -59,6 +60,7 @@ void BKStartBriskoServices() {
     _logFont = QFontDatabase::systemFont(QFontDatabase::FixedFont);
     _logFont.setPixelSize(12); // points are device-independent pixels here
     _logFilePath = BKScriptLogPath();
+    BKInstallZipDebugLog();
     BKRegisterHotspotHelper();
     BKSetDebugServiceEnabledProvider([] { return _debugServiceEnabled; });
     BKAddDaemonObservers();

@@ -7,6 +7,7 @@
 #include <new>
 
 #include "archive_walk.h"
+#include "diagnostics.h"
 #include "entry_name.h"
 #include "inflate.h"
 #include "mapped_archive.h"
@@ -69,8 +70,11 @@ class Extractor {
     void extract(const CentralEntry& entry);
 
   private:
-    void writeStored(int folder, std::string_view name, const uint8_t* data, uint32_t length);
-    void writeDeflated(int folder, std::string_view name, const uint8_t* data, const CentralEntry& entry);
+    // Each returns why the entry was passed over, or null when it was written.
+    const char* place(const CentralEntry& entry, const std::string& name);
+    const char* writeStored(int folder, std::string_view name, const uint8_t* data, uint32_t length);
+    const char* writeDeflated(int folder, std::string_view name, const uint8_t* data,
+                              const CentralEntry& entry);
     uint8_t* buffer();
 
     const MappedArchive& archive_;
@@ -96,57 +100,66 @@ uint8_t* Extractor::buffer() {
 
 void Extractor::extract(const CentralEntry& entry) {
     const std::string name = decodeEntryName(entry.name);
-    if (classifyEntryName(name) != NameRule::Extract) return;
+    if (const char* reason = place(entry, name)) reportSkip(name, reason);
+}
+
+const char* Extractor::place(const CentralEntry& entry, const std::string& name) {
+    if (classifyEntryName(name) != NameRule::Extract) return "name refused";
     const std::optional<uint64_t> dataStart = locateEntryData(archive_.data(), archive_.size(), entry);
-    if (!dataStart) return;
-    if (!taken_.take(entry.localHeaderOffset, *dataStart + entry.compressedSize)) return;
+    if (!dataStart) return "local header unreadable";
+    if (!taken_.take(entry.localHeaderOffset, *dataStart + entry.compressedSize))
+        return "data overlaps another entry";
     const OutputName output = splitOutputName(name);
-    if (output.file.empty())
-        return; // the name is only separators: the output would be the destination itself
+    // A name of separators only would write the destination itself.
+    if (output.file.empty()) return "no file name";
     size_t pathLength = destinationLength_ + 1 + output.file.size();
     for (const std::string_view folder : output.folders)
         pathLength += folder.size() + 1;
-    if (pathLength >= PATH_MAX) return; // no path-based tool could reach the file
+    if (pathLength >= PATH_MAX) return "path too long"; // no path-based tool could reach the file
     const int folder = tree_.openFolder(output.folders);
-    if (folder < 0 || output.file == ".") return;
+    if (folder < 0) return "folder not made";
+    if (output.file == ".") return nullptr; // a folder entry: made above
     const uint8_t* data = archive_.data() + *dataStart;
-    if (entry.method == 0)
-        writeStored(folder, output.file, data, entry.compressedSize);
-    else if (entry.method == 8)
-        writeDeflated(folder, output.file, data, entry);
+    if (entry.method == 0) return writeStored(folder, output.file, data, entry.compressedSize);
+    if (entry.method == 8) return writeDeflated(folder, output.file, data, entry);
+    return "compression method not supported";
 }
 
-void Extractor::writeStored(int folder, std::string_view name, const uint8_t* data, uint32_t length) {
+const char* Extractor::writeStored(int folder, std::string_view name, const uint8_t* data, uint32_t length) {
     OutputFile file(guard_);
-    if (!file.create(folder, name)) return;
+    if (!file.create(folder, name)) return "file not created";
     for (uint64_t done = 0; done < length;) {
         const uint64_t step = std::min<uint64_t>(length - done, kReleaseStep);
-        if (!file.write(data + done, step)) return; // the file is discarded
+        if (!file.write(data + done, step)) return "write refused or failed"; // the file is discarded
         archive_.release(data + done, data + done + step);
         done += step;
     }
     file.commit();
+    return nullptr;
 }
 
-void Extractor::writeDeflated(int folder, std::string_view name, const uint8_t* data,
-                              const CentralEntry& entry) {
+const char* Extractor::writeDeflated(int folder, std::string_view name, const uint8_t* data,
+                                     const CentralEntry& entry) {
     uint8_t* work = buffer();
-    if (!work) return;
+    if (!work) return "no inflate buffer";
     if (entry.uncompressedSize <= kOnePieceLimit) {
         const std::optional<size_t> produced =
             inflater_.inflateOnePiece(data, entry.compressedSize, work, entry.uncompressedSize);
-        if (!produced) return;
+        if (!produced) return "corrupt deflate data";
         OutputFile file(guard_);
-        if (file.create(folder, name) && file.write(work, *produced)) file.commit();
-        return;
+        if (!file.create(folder, name) || !file.write(work, *produced)) return "write refused or failed";
+        file.commit();
+        return nullptr;
     }
     OutputFile file(guard_);
-    if (!file.create(folder, name)) return;
+    if (!file.create(folder, name)) return "file not created";
     FileSink sink(file, entry.uncompressedSize, archive_, data);
     const StreamOutcome outcome =
         inflater_.inflateStream(data, entry.compressedSize, work, kStreamBufferSize, sink);
-    if (outcome == StreamOutcome::Complete || outcome == StreamOutcome::Truncated) file.commit();
     archive_.release(data, data + entry.compressedSize);
+    if (outcome != StreamOutcome::Complete && outcome != StreamOutcome::Truncated) return "inflate stopped";
+    file.commit();
+    return nullptr;
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include <QCoreApplication>
 #include <QDBusMessage>
 #include <QDeadlineTimer>
+#include <QLoggingCategory>
 #include <QTimer>
 
 #include <algorithm>
@@ -13,6 +14,8 @@
 namespace brisko::notify {
 
 namespace {
+
+Q_LOGGING_CATEGORY(lcNotify, "brisko.notify", QtInfoMsg)
 
 constexpr int kWatchdogMs = 200;
 constexpr int kFirstBackoffMs = 50;
@@ -100,16 +103,21 @@ void Channel::onDisconnected() {
 void Channel::reconnect() {
     if (liveConnection()) return;
     if (attach()) {
+        qCDebug(lcNotify, "reconnected to the system bus");
         backoffMs_ = kFirstBackoffMs;
         return;
     }
     backoffMs_ = std::min(backoffMs_ * 2, kMaxBackoffMs);
+    qCDebug(lcNotify, "system bus unreachable; next try in %d ms", backoffMs_);
     retry_->start(backoffMs_);
 }
 
 void Channel::post(const QString& name) {
     auto connection = liveConnection();
-    if (!connection) return; // nobody to tell: dropped, like any unacknowledged post
+    if (!connection) { // nobody to tell: dropped, like any unacknowledged post
+        qCDebug(lcNotify) << "no bus: dropped" << name;
+        return;
+    }
     QDBusMessage message = QDBusMessage::createSignal(QLatin1String(kObjectPath), QLatin1String(kInterface),
                                                       QLatin1String(kSignal));
     message << name;

@@ -1,6 +1,7 @@
 #include "AlertController.h"
 
 #include "engine.h"
+#include "logging.h"
 
 #include <QHash>
 #include <QQmlComponent>
@@ -25,14 +26,17 @@ QHash<AlertController*, QQuickItem*>& alertViews() {
 }
 
 void showAlertView(AlertController* alert) {
-    if (!alertLayer()) return;
+    if (!alertLayer()) {
+        qCDebug(lcUi) << "no window to present" << alert->title();
+        return;
+    }
     QQmlComponent component(engine(), QUrl(QStringLiteral("qrc:/Brisko/UI/qml/AlertView.qml")));
     QObject* object = component.isReady()
                           ? component.createWithInitialProperties({{"alert", QVariant::fromValue(alert)}})
                           : nullptr;
     auto* item = qobject_cast<QQuickItem*>(object);
     if (!item) {
-        qWarning("AlertView: %s", qPrintable(component.errorString()));
+        qCWarning(lcUi, "AlertView: %s", qPrintable(component.errorString()));
         delete object;
         return;
     }

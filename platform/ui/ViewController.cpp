@@ -3,6 +3,7 @@
 #include "AlertController.h"
 #include "NavigationController.h"
 #include "engine.h"
+#include "logging.h"
 
 #include <QQmlComponent>
 #include <QQmlEngine>
@@ -50,7 +51,7 @@ QQuickItem* ViewController::createView() {
                           : nullptr;
     auto* item = qobject_cast<QQuickItem*>(object);
     if (!item) {
-        qWarning("view %s: %s", qPrintable(viewUrl().toString()), qPrintable(component.errorString()));
+        qCWarning(lcUi, "view %s: %s", qPrintable(viewUrl().toString()), qPrintable(component.errorString()));
         delete object;
         item = new QQuickItem;
     }

@@ -1,4 +1,5 @@
 #include "engine.h"
+#include "logging.h"
 
 #include <QFont>
 #include <QFontDatabase>
@@ -6,6 +7,8 @@
 #include <QQmlEngine>
 
 namespace brisko::ui {
+
+Q_LOGGING_CATEGORY(lcUi, "brisko.ui", QtInfoMsg)
 
 QQmlEngine* engine() {
     static QQmlEngine* instance = [] {

@@ -31,10 +31,16 @@ struct ProbeResult {
 
 // Spawns from a process of its own, optionally as the unprivileged user nobody, whose identity
 // change the kernel refuses.
-ProbeResult spawnFromProbe(const QString& path, const QStringList& arguments, bool asNobody) {
+ProbeResult spawnFromProbe(const QString& path, const QStringList& arguments, bool asNobody,
+                           bool debugLog = false) {
     QStringList command = QStringList{testBinary("spawn_probe"), path} + arguments;
     if (asNobody) command = QStringList{"--reuid=nobody", "--regid=nogroup", "--clear-groups"} + command;
     QProcess probe;
+    if (debugLog) {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("QT_LOGGING_RULES", "brisko.spawn.debug=true");
+        probe.setProcessEnvironment(environment);
+    }
     probe.start(asNobody ? "setpriv" : command.takeFirst(), command);
     probe.waitForFinished(10000);
     const QList<QByteArray> fields = probe.readAllStandardOutput().trimmed().split(' ');
@@ -85,12 +91,17 @@ class SpawnTest : public QObject {
             QTRY_VERIFY_WITH_TIMEOUT(!QFileInfo::exists(QStringLiteral("/proc/%1").arg(spawned.pid)), 5000);
     }
 
+    // Silent for the user; the debug log names the failed step and its errno.
     void failsSilentlyForWhatCannotRun_data() {
         QTest::addColumn<QString>("path");
         QTest::addColumn<bool>("asNobody");
-        QTest::newRow("not executable") << "/etc/passwd" << false;
-        QTest::newRow("not executable, as nobody") << "/etc/passwd" << true;
-        QTest::newRow("missing") << "/nonexistent/brisko" << false;
+        QTest::addColumn<QByteArray>("debugLine");
+        QTest::newRow("not executable")
+            << "/etc/passwd" << false << QByteArray("execve failed: Permission denied");
+        QTest::newRow("not executable, as nobody")
+            << "/etc/passwd" << true << QByteArray("setgroups failed: Operation not permitted");
+        QTest::newRow("missing") << "/nonexistent/brisko" << false
+                                 << QByteArray("execve failed: No such file or directory");
     }
     void failsSilentlyForWhatCannotRun() {
         QFETCH(QString, path);
@@ -98,6 +109,12 @@ class SpawnTest : public QObject {
         const ProbeResult result = spawnFromProbe(path, {}, asNobody);
         QCOMPARE(result.pid, -1);
         QCOMPARE(result.standardError, QByteArray());
+        const ProbeResult logged = spawnFromProbe(path, {}, asNobody, true);
+        QCOMPARE(logged.pid, -1);
+        QVERIFY2(logged.standardError.contains(QByteArray("brisko.spawn: ") + path.toUtf8() + ": "),
+                 logged.standardError.constData());
+        QFETCH(QByteArray, debugLine);
+        QVERIFY2(logged.standardError.contains(debugLine), logged.standardError.constData());
     }
 };
 

@@ -120,22 +120,6 @@ class MainSectionsTest : public QObject {
                  QString("filesdebug_toggle"));
         if (rows.last() == "开机自启") QCOMPARE(last["act"].toString(), QString("boot_toggle"));
     }
-
-    void tableDrawing() {
-        BKMainScreenState state;
-        state.statusLoaded = true;
-        const QVariantList table = BKTableSections(BKMainSections(sampleDevice(), state));
-        auto drawn = [&](int s, int r) {
-            const QVariantMap row = table[s].toMap()["rows"].toList()[r].toMap();
-            return QStringList{row["style"].toString(), row["accessory"].toString(), row["tint"].toString(),
-                               row["selectable"].toBool() ? "selectable" : "-",
-                               row["switchEnabled"].toBool() ? "enabled" : "-"}
-                .join(' ');
-        };
-        QCOMPARE(drawn(0, 0), QString("value none systemGray - -"));
-        QCOMPARE(drawn(1, 0), QString("subtitle disclosure systemBlue selectable -"));
-        QCOMPARE(drawn(1, 1), QString("subtitle switch systemOrange - enabled"));
-    }
 };
 
 QTEST_GUILESS_MAIN(MainSectionsTest)

@@ -9,26 +9,30 @@ Item {
     width: 37
     height: 37
 
-    Repeater {
-        model: 8
-
-        Rectangle {
-            required property int index
-
-            x: (indicator.width - width) / 2
-            y: 2
-            width: 4
-            height: 10
-            radius: 2
-            color: indicator.color
-            opacity: 1 - index * 0.1
-            transform: Rotation {
-                origin.x: 2
-                origin.y: indicator.height / 2 - 2
-                angle: -index * 45
-            }
+    component Spoke: Rectangle {
+        id: spoke
+        required property int step
+        x: parent ? (parent.width - width) / 2 : 0
+        y: 2
+        width: 4
+        height: 10
+        radius: 2
+        opacity: 1 - step * 0.1
+        transform: Rotation {
+            origin.x: 2
+            origin.y: spoke.parent ? spoke.parent.height / 2 - 2 : 0
+            angle: -spoke.step * 45
         }
     }
+
+    Spoke { step: 0; color: indicator.color }
+    Spoke { step: 1; color: indicator.color }
+    Spoke { step: 2; color: indicator.color }
+    Spoke { step: 3; color: indicator.color }
+    Spoke { step: 4; color: indicator.color }
+    Spoke { step: 5; color: indicator.color }
+    Spoke { step: 6; color: indicator.color }
+    Spoke { step: 7; color: indicator.color }
 
     Timer {
         interval: 125

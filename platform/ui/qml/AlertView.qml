@@ -11,6 +11,37 @@ Rectangle {
 
     MouseArea { anchors.fill: parent } // nothing below an alert takes input
 
+    component FieldRow: TextField {
+        required property var modelData
+        x: 16
+        width: parent ? parent.width - 32 : 0
+        text: modelData.text
+        placeholderText: modelData.placeholder
+        font.pixelSize: 13
+    }
+
+    component ActionRow: Rectangle {
+        id: action
+        required property var modelData
+        signal tapped()
+        width: parent ? parent.width : 0
+        height: 44
+        color: area.pressed ? Qt.rgba(0, 0, 0, 0.08) : "transparent"
+        Rectangle { width: parent.width; height: 0.5; color: SystemColors.separator }
+        Text {
+            anchors.centerIn: parent
+            text: action.modelData.title
+            font.pixelSize: 17
+            font.weight: action.modelData.style === "cancel" ? Font.DemiBold : Font.Normal
+            color: action.modelData.style === "destructive" ? SystemColors.systemRed : SystemColors.systemBlue
+        }
+        MouseArea {
+            id: area
+            anchors.fill: parent
+            onClicked: action.tapped()
+        }
+    }
+
     Rectangle {
         id: card
         readonly property bool sheet: root.alert.actionSheet
@@ -49,40 +80,17 @@ Rectangle {
             }
             Repeater {
                 model: root.alert.textFields
-                delegate: TextField {
-                    required property var modelData
-                    required property int index
-                    x: 16
-                    width: content.width - 32
-                    text: modelData.text
-                    placeholderText: modelData.placeholder
-                    font.pixelSize: 13
-                    onTextChanged: root.alert.setTextFieldText(index, text)
+                delegate: FieldRow {}
+                onItemAdded: (index, item) => {
+                    const field = item
+                    field.textChanged.connect(() => root.alert.setTextFieldText(index, field.text))
                 }
             }
             Item { width: 1; height: 19 }
             Repeater {
                 model: root.alert.actions
-                delegate: Rectangle {
-                    required property var modelData
-                    required property int index
-                    width: content.width
-                    height: 44
-                    color: area.pressed ? Qt.rgba(0, 0, 0, 0.08) : "transparent"
-                    Rectangle { width: parent.width; height: 0.5; color: SystemColors.separator }
-                    Text {
-                        anchors.centerIn: parent
-                        text: modelData.title
-                        font.pixelSize: 17
-                        font.weight: modelData.style === "cancel" ? Font.DemiBold : Font.Normal
-                        color: modelData.style === "destructive" ? SystemColors.systemRed : SystemColors.systemBlue
-                    }
-                    MouseArea {
-                        id: area
-                        anchors.fill: parent
-                        onClicked: root.alert.tapActionAt(index)
-                    }
-                }
+                delegate: ActionRow {}
+                onItemAdded: (index, item) => item.tapped.connect(() => root.alert.tapActionAt(index))
             }
         }
     }

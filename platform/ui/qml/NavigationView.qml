@@ -10,6 +10,22 @@ Item {
     readonly property real barHeight: 44
     readonly property ViewController topController: controller.topController
 
+    // A text or symbol button of the bar: maps with "text" or "symbol", "tint" and "id".
+    component BarItem: Text {
+        id: barItem
+        required property var modelData
+        signal tapped()
+        text: modelData.symbol ? Symbols.glyph(modelData.symbol) : (modelData.text || modelData.glyph || "")
+        color: modelData.tint ? SystemColors.named(modelData.tint) : SystemColors.systemBlue
+        font.family: modelData.symbol ? Symbols.fontFamily : Qt.application.font.family
+        font.pixelSize: modelData.symbol ? 22 : 17
+        MouseArea {
+            anchors.fill: parent
+            anchors.margins: -8
+            onClicked: barItem.tapped()
+        }
+    }
+
     StackView {
         id: stack
         anchors.fill: parent
@@ -17,14 +33,13 @@ Item {
         clip: true
     }
 
-    Connections {
-        target: root.controller
-        function onPushed(item, animated) {
+    Component.onCompleted: {
+        root.controller.pushed.connect((item, animated) => {
             stack.push(item, {}, animated ? StackView.PushTransition : StackView.Immediate)
-        }
-        function onPopped(animated) {
+        })
+        root.controller.popped.connect(animated => {
             stack.pop(animated ? StackView.PopTransition : StackView.Immediate)
-        }
+        })
     }
 
     Rectangle {
@@ -75,17 +90,10 @@ Item {
             spacing: 16
             Repeater {
                 model: root.topController ? root.topController.rightBarItems : []
-                delegate: Text {
-                    required property var modelData
-                    text: modelData.symbol ? Symbols.glyph(modelData.symbol) : (modelData.text || modelData.glyph || "")
-                    color: modelData.tint ? SystemColors.named(modelData.tint) : SystemColors.systemBlue
-                    font.family: modelData.symbol ? Symbols.fontFamily : Qt.application.font.family
-                    font.pixelSize: modelData.symbol ? 22 : 17
-                    MouseArea {
-                        anchors.fill: parent
-                        anchors.margins: -8
-                        onClicked: root.topController.barItemTapped(modelData.id)
-                    }
+                delegate: BarItem {}
+                onItemAdded: (index, item) => {
+                    const barItem = item
+                    barItem.tapped.connect(() => root.topController.barItemTapped(barItem.modelData.id))
                 }
             }
         }

@@ -8,7 +8,6 @@
 #include "platform/bundle/bundle.h"
 #include "platform/notify/notify.h"
 
-#include <QElapsedTimer>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -168,23 +167,16 @@ class LaunchTest : public QObject {
 
     void aliveWaitTimesOutWithoutAnswer() {
         startDaemon(fakeDaemonBinary(), true);
-        QElapsedTimer clock;
-        clock.start();
         QVERIFY(!BKWaitForFloatballAlive(0.2));
-        QVERIFY2(clock.elapsed() >= 190 && clock.elapsed() < 1000,
-                 qPrintable(QString::number(clock.elapsed())));
         // A late answer is ignored and does not satisfy the next wait.
         notify::post(names::kAlive);
         QTest::qWait(100);
         QVERIFY(!BKWaitForFloatballAlive(0.05));
     }
 
-    void aliveWaitSucceedsQuicklyWithADaemon() {
+    void aliveWaitSucceedsWithADaemon() {
         startDaemon(fakeDaemonBinary(), false);
-        QElapsedTimer clock;
-        clock.start();
         QVERIFY(BKWaitForFloatballAlive(2.0));
-        QVERIFY2(clock.elapsed() < 1000, qPrintable(QString::number(clock.elapsed())));
     }
 };
 
