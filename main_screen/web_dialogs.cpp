@@ -7,7 +7,7 @@
 
 namespace brisko {
 namespace {
-Q_LOGGING_CATEGORY(lcWebDialogs, "brisko.web")
+Q_LOGGING_CATEGORY(lcWebDialogs, "brisko.web", QtInfoMsg)
 
 const QString kOK = QStringLiteral("确定");
 const QString kCancel = QStringLiteral("取消");

@@ -1,12 +1,10 @@
 #include "BKWebPanelController.h"
 
-#include <QLoggingCategory>
+#include "app/web/web_logging.h"
+
 #include <QPointer>
 
 namespace brisko {
-namespace {
-Q_LOGGING_CATEGORY(lcWeb, "brisko.web")
-} // namespace
 
 BKWebPanelController::BKWebPanelController() = default;
 

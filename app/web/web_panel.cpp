@@ -2,18 +2,19 @@
 
 #include "app/status/app_references.h"
 #include "app/web/BKWebPanelController.h"
+#include "app/web/web_logging.h"
 #include "platform/dispatch/dispatch.h"
 #include "platform/ui/NavigationController.h"
 
-#include <QLoggingCategory>
-#include <QPointer>
 #include <QQuickItem>
 
 #include <memory>
 
 namespace brisko {
+
+Q_LOGGING_CATEGORY(lcWeb, "brisko.web", QtInfoMsg)
+
 namespace {
-Q_LOGGING_CATEGORY(lcWebPanel, "brisko.web")
 
 // Above the bar and every pushed screen of the navigation view.
 constexpr qreal kPanelZ = 10000;
@@ -33,7 +34,7 @@ BKWebPanelController* createPanel(ui::NavigationController* nav) {
 void showOnMain(const QUrl& url) {
     ui::NavigationController* nav = _rootNav.data();
     if (!nav) {
-        qCDebug(lcWebPanel, "no navigation controller for %s", qPrintable(url.toString()));
+        qCDebug(lcWeb, "no navigation controller for %s", qPrintable(url.toString()));
         return;
     }
     BKWebPanelController* panel = _webView ? _webView.get() : createPanel(nav);
@@ -46,7 +47,7 @@ void SetWebViewURL(const char* url) {
     if (!url) return;
     const QUrl parsed(QString::fromUtf8(url), QUrl::StrictMode);
     if (!parsed.isValid() || parsed.isEmpty()) {
-        qCDebug(lcWebPanel, "malformed panel address ignored");
+        qCDebug(lcWeb, "malformed panel address ignored");
         return;
     }
     // _rootNav belongs to the main thread: it is looked at there, in call order.
