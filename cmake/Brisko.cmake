@@ -15,11 +15,12 @@ function(brisko_add_subdirectories)
   endforeach()
 endfunction()
 
-# brisko_add_test(NAME SOURCES files... LIBS libs... [LABELS l...] [ENV k=v...] [TIMEOUT s])
+# brisko_add_test(NAME SOURCES files... LIBS libs... [LABELS l...] [ENV k=v...] [TIMEOUT s] [LOCKS r...])
 # One QtTest executable registered with CTest. Label "x11" needs the test display,
-# "dbus" the private system bus; everything else runs offscreen.
+# "dbus" the private system bus; everything else runs offscreen. LOCKS names shared resources
+# (a fixed port: port_65005) that tests must not use at the same time.
 function(brisko_add_test name)
-  cmake_parse_arguments(T "" "TIMEOUT" "SOURCES;LIBS;LABELS;ENV" ${ARGN})
+  cmake_parse_arguments(T "" "TIMEOUT" "SOURCES;LIBS;LABELS;ENV;LOCKS" ${ARGN})
   add_executable(${name} ${T_SOURCES})
   target_link_libraries(${name} PRIVATE Qt6::Test ${T_LIBS})
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
@@ -33,7 +34,7 @@ function(brisko_add_test name)
   # Tests on the shared private bus see each other's posts: run them one at a time, and keep
   # every other test off the bus so it cannot disturb them.
   if("dbus" IN_LIST T_LABELS)
-    set_tests_properties(${name} PROPERTIES RESOURCE_LOCK brisko_system_bus)
+    list(APPEND T_LOCKS brisko_system_bus)
   else()
     list(APPEND env "DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nonexistent/brisko-no-bus")
   endif()
@@ -42,6 +43,9 @@ function(brisko_add_test name)
     list(APPEND env "QT_QPA_PLATFORM=xcb")
   endif()
   set_tests_properties(${name} PROPERTIES TIMEOUT ${T_TIMEOUT} ENVIRONMENT "${env}" LABELS "${T_LABELS}")
+  if(T_LOCKS)
+    set_tests_properties(${name} PROPERTIES RESOURCE_LOCK "${T_LOCKS}")
+  endif()
 endfunction()
 
 # A helper executable that tests start as a child process.

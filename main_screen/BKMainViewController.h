@@ -1,6 +1,7 @@
 #pragma once
 // The root screen: device facts, tools (file manager, debug mode, start at boot) and about.
 
+#include "app/web/web_ui_delegate.h"
 #include "main_screen/main_sections.h"
 #include "platform/ui/ViewController.h"
 
@@ -10,7 +11,7 @@
 
 namespace brisko {
 
-class BKMainViewController : public ui::ViewController {
+class BKMainViewController : public ui::ViewController, public BKWebUIDelegate {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Made by the launch")
@@ -53,6 +54,12 @@ class BKMainViewController : public ui::ViewController {
     Q_INVOKABLE void switchToggled(int section, int row, bool on);
     void barItemTapped(const QString& id) override;
 
+    // The web panel's dialogs, as alerts above whatever is presented (web_dialogs.cpp).
+    void runJavaScriptAlertPanel(const QString& message, std::function<void()> completion) override;
+    void runJavaScriptConfirmPanel(const QString& message, std::function<void(bool)> completion) override;
+    void runJavaScriptTextInputPanel(const QString& prompt, const QString& defaultText,
+                                     std::function<void(std::optional<QString>)> completion) override;
+
   public slots:
     // Rebuilds the model from the runtime status and the device.
     void refreshData();
@@ -77,6 +84,7 @@ class BKMainViewController : public ui::ViewController {
 
   private:
     BKMainScreenState currentState() const;
+    bool presentPageDialog(ui::AlertController* alert);
     QString rowAction(int section, int row) const;
     void openFileManager();
     void handleScriptControlReply(const QString& actionName, const QString& transportError, int statusCode,

@@ -4,6 +4,7 @@
 #include "app/launch/app_delegate.h"
 #include "app/launch/launch.h"
 #include "app/launch/screenshot_tour.h"
+#include "app/web/web_engine_setup.h"
 #include "platform/ui/engine.h"
 
 #include <QCommandLineParser>
@@ -32,6 +33,7 @@ Options parseOptions(const QGuiApplication& app) {
 } // namespace
 
 int main(int argc, char** argv) {
+    BKInitializeWebEngine();
     QGuiApplication::setApplicationName(QStringLiteral("brisko"));
     QGuiApplication app(argc, argv);
     const Options options = parseOptions(app);

@@ -1,6 +1,7 @@
 #include "platform/ui/scenes.h"
 #include "app/feedback/feedback_scenes.h"
 #include "app/launch/screenshot_tour.h"
+#include "app/web/web_scenes.h"
 #include "file_manager/editor/editor_scenes.h"
 #include "log_viewer/log_viewer_scenes.h"
 #include "main_screen/main_screen_scenes.h"
@@ -13,6 +14,7 @@ void registerAllScenes() {
     registerFeedbackScenes();
     registerLogViewerScenes();
     registerTextEditorScenes();
+    registerWebPanelScenes();
 }
 
 } // namespace brisko

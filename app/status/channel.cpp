@@ -16,7 +16,7 @@
 namespace brisko {
 namespace {
 
-inline const QString kWebPanelURL = QStringLiteral("http://localhost:65005/index.html");
+constexpr const char* kWebPanelURL = "http://localhost:65005/index.html";
 
 // Every status notification marks the status loaded, applies its own change, then refreshes.
 void applyStatusOnMain(std::function<void()> update) {

@@ -1,13 +1,17 @@
 #pragma once
 // The full-screen web panel the daemon can raise over the application.
 
-#include <QString>
-
 namespace brisko {
 
-// Shows the panel with url (creating it on first use); safe to call from any thread.
-void SetWebViewURL(const QString& url);
-// Removes the panel; safe to call from any thread.
+class BKWebPanelController;
+
+// Shows the panel with url, a UTF-8 string (creating the panel on first use, loading again
+// after). Null, malformed text or no root navigation controller: nothing happens. Any thread.
+void SetWebViewURL(const char* url);
+// Stops and removes the panel; the next show starts from a fresh one. Any thread.
 void CloseWebView();
+
+// The panel on screen, or null.
+BKWebPanelController* BKCurrentWebView();
 
 } // namespace brisko
