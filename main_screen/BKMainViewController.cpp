@@ -8,6 +8,8 @@
 #include "app/status/locations.h"
 #include "app/status/notification_names.h"
 #include "app/status/runtime_status.h"
+#include "file_manager/FBFileBrowserViewController.h"
+#include "platform/ui/NavigationController.h"
 #include "main_screen/device_facts.h"
 #include "main_screen/table_rows.h"
 #include "platform/bundle/bundle.h"
@@ -154,8 +156,12 @@ void BKMainViewController::didSelectRow(int section, int row) {
     if (rowAction(section, row) == kActionFiles) openFileManager();
 }
 
-// The file manager on the Documents folder is pushed from here once it exists.
-void BKMainViewController::openFileManager() {}
+void BKMainViewController::openFileManager() {
+    auto* browser = new FBFileBrowserViewController(BKDocumentsDirectory());
+    browser->setTitle(QStringLiteral("文件管理"));
+    if (ui::NavigationController* navigation = navigationController()) navigation->pushViewController(browser, true);
+    else delete browser;
+}
 
 void BKMainViewController::barItemTapped(const QString& id) {
     if (id == kLogsBarItem) openLogs();

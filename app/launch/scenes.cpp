@@ -1,6 +1,7 @@
 #include "platform/ui/scenes.h"
 #include "app/feedback/feedback_scenes.h"
 #include "app/launch/screenshot_tour.h"
+#include "file_manager/file_manager_scenes.h"
 #include "main_screen/main_screen_scenes.h"
 
 namespace brisko {
@@ -9,6 +10,7 @@ void registerAllScenes() {
     ui::registerScene(QStringLiteral("launch"), [](QQuickItem*) { return std::function<void()>(); });
     registerMainScreenScenes();
     registerFeedbackScenes();
+    registerFileManagerScenes();
 }
 
 } // namespace brisko
