@@ -151,8 +151,10 @@ void FBFileBrowserViewController::importPaths(const QStringList& pathsOrUrls) {
 }
 
 void FBFileBrowserViewController::createItemIsDir(bool isDir) {
-    auto* alert = new AlertController(isDir ? QStringLiteral("新建文件夹") : QStringLiteral("新建文件"), QString());
-    alert->addTextField(QString(), isDir ? QStringLiteral("文件夹名称") : QStringLiteral("文件名 (如 main.go)"));
+    auto* alert =
+        new AlertController(isDir ? QStringLiteral("新建文件夹") : QStringLiteral("新建文件"), QString());
+    alert->addTextField(QString(),
+                        isDir ? QStringLiteral("文件夹名称") : QStringLiteral("文件名 (如 main.go)"));
     alert->addAction(kCancel, Action::Cancel);
     QPointer<FBFileBrowserViewController> self(this);
     alert->addAction(QStringLiteral("创建"), Action::Default, [self, isDir](AlertController* dialog) {
@@ -210,8 +212,8 @@ void FBFileBrowserViewController::deleteItemAtIndex(int index) {
 }
 
 void FBFileBrowserViewController::showUnzipPromptForItem(const QVariantMap& item) {
-    auto* sheet =
-        new AlertController(item.value(QStringLiteral("name")).toString(), QString(), AlertController::Style::ActionSheet);
+    auto* sheet = new AlertController(item.value(QStringLiteral("name")).toString(), QString(),
+                                      AlertController::Style::ActionSheet);
     QPointer<FBFileBrowserViewController> self(this);
     sheet->addAction(QStringLiteral("解压"), Action::Default, [self, item](AlertController*) {
         if (self) self->unzipItem(item);
@@ -226,9 +228,9 @@ void FBFileBrowserViewController::unzipItem(const QVariantMap& item) {
     showLoading(QStringLiteral("解压中..."));
     QPointer<FBFileBrowserViewController> self(this);
     dispatchGlobalAsync([self, archive, destination] {
-        const bool ok = BKUnzipFile(BKEncodeFileName(archive).toStdString(),
-                                    BKEncodeFileName(destination.isEmpty() ? QStringLiteral("/") : destination)
-                                        .toStdString());
+        const bool ok = BKUnzipFile(
+            BKEncodeFileName(archive).toStdString(),
+            BKEncodeFileName(destination.isEmpty() ? QStringLiteral("/") : destination).toStdString());
         dispatchMainAsync([self, ok] {
             if (!self) return;
             self->dismissLoading();

@@ -33,8 +33,9 @@ class MinuteFormatter {
         const qint64 minute = secondsSinceEpoch >= 0 ? secondsSinceEpoch / 60 : (secondsSinceEpoch - 59) / 60;
         auto it = cache_.find(minute);
         if (it == cache_.end())
-            it = cache_.insert(minute, QDateTime::fromSecsSinceEpoch(minute * 60).toString(
-                                           QStringLiteral("yyyy-MM-dd HH:mm")));
+            it = cache_.insert(
+                minute,
+                QDateTime::fromSecsSinceEpoch(minute * 60).toString(QStringLiteral("yyyy-MM-dd HH:mm")));
         return *it;
     }
 

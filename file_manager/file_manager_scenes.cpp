@@ -34,7 +34,8 @@ void writePhoto(const QString& path, QColor from, QColor to, QSize size) {
     painter.fillRect(image.rect(), gradient);
     painter.setBrush(QColor(255, 255, 255, 170));
     painter.setPen(Qt::NoPen);
-    painter.drawEllipse(QPoint(size.width() * 2 / 3, size.height() / 3), size.height() / 6, size.height() / 6);
+    painter.drawEllipse(QPoint(size.width() * 2 / 3, size.height() / 3), size.height() / 6,
+                        size.height() / 6);
     painter.end();
     image.save(path);
 }
@@ -50,12 +51,19 @@ QString sampleDocuments() {
             root.mkpath(QString::fromUtf8(folder));
         writeFile(root.filePath("scripts/main.lua"), "print('hi')\n");
         writePhoto(root.filePath("sunset.jpg"), QColor(255, 149, 0), QColor(175, 82, 222), QSize(1600, 1200));
-        writePhoto(root.filePath("screenshot.png"), QColor(0, 122, 255), QColor(52, 199, 89), QSize(600, 1300));
+        writePhoto(root.filePath("screenshot.png"), QColor(0, 122, 255), QColor(52, 199, 89),
+                   QSize(600, 1300));
         const std::pair<const char*, QByteArray> files[] = {
-            {"main.go", "package main\n"},     {"config.json", "{}\n"},   {"tasks.yml", "a: 1\n"},
-            {"server.ini", "[main]\n"},         {"backup.zip", QByteArray("PK\x05\x06", 4) + QByteArray(18, '\0')},
-            {"script.log", "started\n"},        {"notes.txt", "hello\n"},  {"broken.bmp", "not an image"},
-            {"firmware.bin", QByteArray(1536, '\1')}, {".hidden", "x"},
+            {"main.go", "package main\n"},
+            {"config.json", "{}\n"},
+            {"tasks.yml", "a: 1\n"},
+            {"server.ini", "[main]\n"},
+            {"backup.zip", QByteArray("PK\x05\x06", 4) + QByteArray(18, '\0')},
+            {"script.log", "started\n"},
+            {"notes.txt", "hello\n"},
+            {"broken.bmp", "not an image"},
+            {"firmware.bin", QByteArray(1536, '\1')},
+            {".hidden", "x"},
         };
         for (const auto& [name, bytes] : files)
             writeFile(root.filePath(QString::fromUtf8(name)), bytes);
@@ -106,7 +114,7 @@ void openSwipe(FBFileBrowserViewController* browser, int row) {
     for (QQuickItem* item : content->childItems()) {
         if (item->property("index").toInt() != row) continue;
         if (QObject* swipe = item->property("swipe").value<QObject*>())
-            QMetaObject::invokeMethod(swipe, "open", Q_ARG(int, 2)); // SwipeDelegate.Right
+            swipe->setProperty("position", -1.0); // fully open on the trailing side
     }
 }
 
@@ -115,8 +123,9 @@ void openSwipe(FBFileBrowserViewController* browser, int row) {
 void registerFileManagerScenes() {
     ui::registerScene(QStringLiteral("files-documents"), withBrowser({}), 1200);
     ui::registerScene(QStringLiteral("files-empty"), withBrowser({}, true));
-    ui::registerScene(QStringLiteral("files-create-menu"),
-                      withBrowser([](FBFileBrowserViewController* b) { b->barItemTapped(QStringLiteral("add")); }));
+    ui::registerScene(QStringLiteral("files-create-menu"), withBrowser([](FBFileBrowserViewController* b) {
+                          b->barItemTapped(QStringLiteral("add"));
+                      }));
     ui::registerScene(QStringLiteral("files-create-dialog"),
                       withBrowser([](FBFileBrowserViewController* b) { b->createItemIsDir(false); }));
     ui::registerScene(QStringLiteral("files-rename-dialog"), withBrowser([](FBFileBrowserViewController* b) {

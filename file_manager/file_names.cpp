@@ -12,10 +12,14 @@ int validSequenceLength(const unsigned char* p, const unsigned char* end) {
     const unsigned char b = p[0];
     int length = 0;
     char32_t min = 0;
-    if (b >= 0xC2 && b <= 0xDF) length = 2, min = 0x80;
-    else if (b >= 0xE0 && b <= 0xEF) length = 3, min = 0x800;
-    else if (b >= 0xF0 && b <= 0xF4) length = 4, min = 0x10000;
-    else return 0;
+    if (b >= 0xC2 && b <= 0xDF)
+        length = 2, min = 0x80;
+    else if (b >= 0xE0 && b <= 0xEF)
+        length = 3, min = 0x800;
+    else if (b >= 0xF0 && b <= 0xF4)
+        length = 4, min = 0x10000;
+    else
+        return 0;
     if (end - p < length) return 0;
     char32_t cp = b & (0x7F >> length);
     for (int i = 1; i < length; ++i) {

@@ -100,7 +100,8 @@ bool removeTree(int parentFd, const char* name) {
 bool swapInto(const QByteArray& temporary, const QByteArray& destination) {
     if (!exists(destination)) return ::rename(temporary.constData(), destination.constData()) == 0;
     // The old entry moves to the temporary name in the same step, so it is never missing.
-    if (::renameat2(AT_FDCWD, temporary.constData(), AT_FDCWD, destination.constData(), RENAME_EXCHANGE) == 0) {
+    if (::renameat2(AT_FDCWD, temporary.constData(), AT_FDCWD, destination.constData(), RENAME_EXCHANGE) ==
+        0) {
         BKRemoveItem(BKDecodeFileName(temporary));
         return true;
     }
@@ -151,7 +152,8 @@ bool BKRenameItem(const QString& fromPath, const QString& toPath) {
     const QByteArray to = BKEncodeFileName(toPath);
     if (::renameat2(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(), RENAME_NOREPLACE) == 0) return true;
     // File systems without RENAME_NOREPLACE: a hard link never replaces either (files only).
-    if (errno == EINVAL && ::link(from.constData(), to.constData()) == 0) return ::unlink(from.constData()) == 0;
+    if (errno == EINVAL && ::link(from.constData(), to.constData()) == 0)
+        return ::unlink(from.constData()) == 0;
     qCDebug(lcFiles) << "cannot rename" << fromPath << "to" << toPath << std::strerror(errno);
     return false;
 }

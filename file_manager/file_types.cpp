@@ -2,7 +2,6 @@
 
 #include <QSet>
 
-
 namespace brisko {
 namespace {
 
@@ -64,8 +63,8 @@ QString BKFileColor(const QString& name, bool isDir) {
     if (isDir) return QStringLiteral("systemBlue");
     const QString extension = BKPathExtension(name);
     static const Rule rules[] = {
-        {{"go"}, "systemCyan"},     {{"json"}, "systemYellow"}, {{"yml", "yaml"}, "systemPurple"},
-        {{"log"}, "systemGreen"},   {{"zip"}, "systemOrange"},
+        {{"go"}, "systemCyan"},   {{"json"}, "systemYellow"}, {{"yml", "yaml"}, "systemPurple"},
+        {{"log"}, "systemGreen"}, {{"zip"}, "systemOrange"},
     };
     for (const Rule& rule : rules)
         if (isOneOf(extension, rule.extensions)) return QString::fromLatin1(rule.value);

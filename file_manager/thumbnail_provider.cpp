@@ -14,7 +14,8 @@ const QString kProviderId = QStringLiteral("fbthumb");
 class ThumbnailProvider final : public QQuickImageProvider {
   public:
     ThumbnailProvider()
-        : QQuickImageProvider(QQmlImageProviderBase::Image, QQmlImageProviderBase::ForceAsynchronousImageLoading) {}
+        : QQuickImageProvider(QQmlImageProviderBase::Image,
+                              QQmlImageProviderBase::ForceAsynchronousImageLoading) {}
 
     QImage requestImage(const QString& id, QSize* size, const QSize&) override {
         const QString path = BKDecodeFileName(QByteArray::fromHex(id.toLatin1()));
@@ -27,11 +28,13 @@ class ThumbnailProvider final : public QQuickImageProvider {
 } // namespace
 
 QString BKThumbnailUrl(const QString& path) {
-    return QStringLiteral("image://%1/%2").arg(kProviderId, QString::fromLatin1(BKEncodeFileName(path).toHex()));
+    return QStringLiteral("image://%1/%2")
+        .arg(kProviderId, QString::fromLatin1(BKEncodeFileName(path).toHex()));
 }
 
 void BKInstallThumbnailProvider(QQmlEngine* engine) {
-    if (engine && !engine->imageProvider(kProviderId)) engine->addImageProvider(kProviderId, new ThumbnailProvider);
+    if (engine && !engine->imageProvider(kProviderId))
+        engine->addImageProvider(kProviderId, new ThumbnailProvider);
 }
 
 } // namespace brisko

@@ -9,12 +9,12 @@
 #include "app/status/notification_names.h"
 #include "app/status/runtime_status.h"
 #include "file_manager/FBFileBrowserViewController.h"
-#include "platform/ui/NavigationController.h"
 #include "main_screen/device_facts.h"
 #include "main_screen/table_rows.h"
 #include "platform/bundle/bundle.h"
 #include "platform/device/network.h"
 #include "platform/dispatch/dispatch.h"
+#include "platform/ui/NavigationController.h"
 
 #include <QDir>
 #include <QFile>
@@ -159,8 +159,10 @@ void BKMainViewController::didSelectRow(int section, int row) {
 void BKMainViewController::openFileManager() {
     auto* browser = new FBFileBrowserViewController(BKDocumentsDirectory());
     browser->setTitle(QStringLiteral("文件管理"));
-    if (ui::NavigationController* navigation = navigationController()) navigation->pushViewController(browser, true);
-    else delete browser;
+    if (ui::NavigationController* navigation = navigationController())
+        navigation->pushViewController(browser, true);
+    else
+        delete browser;
 }
 
 void BKMainViewController::barItemTapped(const QString& id) {

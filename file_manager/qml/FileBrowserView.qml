@@ -178,22 +178,23 @@ Rectangle {
         topMargin: 18
         bottomMargin: 18
         model: root.controller.rows
+        // The row Delete and F2 act on; the list's own current item would follow every reload.
+        property int selectedRow: -1
         focus: true
-        currentIndex: -1
         reuseItems: true
         boundsBehavior: Flickable.DragOverBounds
         delegate: FileRow {
             isLast: index === list.count - 1
-            selected: ListView.isCurrentItem
+            selected: index === list.selectedRow
             onTapped: {
-                list.currentIndex = index
+                list.selectedRow = index
                 list.forceActiveFocus()
                 root.controller.didSelectRow(index)
             }
             onRenameTapped: root.controller.renameItemAtIndex(index)
             onDeleteTapped: root.controller.deleteItemAtIndex(index)
             onContextMenuRequested: (x, y) => {
-                list.currentIndex = index
+                list.selectedRow = index
                 rowMenu.row = index
                 rowMenu.popup(this, x, y)
             }
@@ -201,17 +202,17 @@ Rectangle {
         onDragEnded: if (contentY < -topMargin - 64) root.controller.pullToRefresh()
 
         Keys.onPressed: (event) => {
-            if (list.currentIndex < 0) return
+            if (list.selectedRow < 0) return
             if (event.key === Qt.Key_Delete) {
-                root.controller.deleteItemAtIndex(list.currentIndex)
+                root.controller.deleteItemAtIndex(list.selectedRow)
                 event.accepted = true
             } else if (event.key === Qt.Key_F2) {
-                root.controller.renameItemAtIndex(list.currentIndex)
+                root.controller.renameItemAtIndex(list.selectedRow)
                 event.accepted = true
             }
         }
 
-        onCountChanged: list.currentIndex = Math.min(list.currentIndex, list.count - 1)
+        onCountChanged: list.selectedRow = -1
     }
 
     Menu {

@@ -96,11 +96,15 @@ void TestFileBrowser::cleanup() {
 void TestFileBrowser::tapOnRow_data() {
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("alert"); // "" when a browser is pushed instead
-    QTest::newRow("folder pushes a browser") << "sub" << "";
-    QTest::newRow("zip in any case prompts") << "Backup.ZIP" << "Backup.ZIP||解压,取消";
-    QTest::newRow("image shows its facts") << "photo.png" << "photo.png|10 字节 · %1|确定";
+    QTest::newRow("folder pushes a browser") << "sub"
+                                             << "";
+    QTest::newRow("zip in any case prompts") << "Backup.ZIP"
+                                             << "Backup.ZIP||解压,取消";
+    QTest::newRow("image shows its facts") << "photo.png"
+                                           << "photo.png|10 字节 · %1|确定";
     // Until the editor is wired in, an editable file shows the same facts.
-    QTest::newRow("editable file") << "notes.TXT" << "notes.TXT|1 字节 · %1|确定";
+    QTest::newRow("editable file") << "notes.TXT"
+                                   << "notes.TXT|1 字节 · %1|确定";
 }
 
 void TestFileBrowser::tapOnRow() {
@@ -128,11 +132,16 @@ void TestFileBrowser::createAndCollide_data() {
     QTest::addColumn<bool>("isDir");
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("shown");
-    QTest::newRow("new file") << false << "main.go" << "toast 已创建「main.go」";
-    QTest::newRow("nested folder") << true << "x/y" << "toast 已创建「x/y」";
-    QTest::newRow("existing file") << false << "notes.TXT" << "alert 同名项目已存在";
-    QTest::newRow("folder over a file") << true << "photo.png" << "alert 同名项目已存在";
-    QTest::newRow("percent in a name") << false << "%1 %2.txt" << "toast 已创建「%1 %2.txt」";
+    QTest::newRow("new file") << false << "main.go"
+                              << "toast 已创建「main.go」";
+    QTest::newRow("nested folder") << true << "x/y"
+                                   << "toast 已创建「x/y」";
+    QTest::newRow("existing file") << false << "notes.TXT"
+                                   << "alert 同名项目已存在";
+    QTest::newRow("folder over a file") << true << "photo.png"
+                                        << "alert 同名项目已存在";
+    QTest::newRow("percent in a name") << false << "%1 %2.txt"
+                                       << "toast 已创建「%1 %2.txt」";
 }
 
 void TestFileBrowser::createAndCollide() {
@@ -214,8 +223,8 @@ void TestFileBrowser::unzipReportsAndRelists() {
         tap("解压");
         QVERIFY(finished.wait(10000));
     }
-    QCOMPARE(g_shown, QStringList({"loading 解压中...", "dismiss", "toast 解压完成", "loading 解压中...", "dismiss",
-                                   "toast 解压失败"}));
+    QCOMPARE(g_shown, QStringList({"loading 解压中...", "dismiss", "toast 解压完成", "loading 解压中...",
+                                   "dismiss", "toast 解压失败"}));
     QVERIFY(rowNamed(b, "inside.txt") >= 0);
 }
 

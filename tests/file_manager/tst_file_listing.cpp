@@ -51,16 +51,25 @@ QStringList names(const QVariantList& items) {
 void TestFileListing::listing_data() {
     QTest::addColumn<QByteArrayList>("entries");
     QTest::addColumn<QStringList>("shown");
-    QTest::newRow("folders first, caseless") << QByteArrayList{"d.txt", "b/", "B.txt", "A/"}
-                                             << QStringList{"A/", "b/", "B.txt", "d.txt"};
+    QTest::newRow("folders first, caseless")
+        << QByteArrayList{"d.txt", "b/", "B.txt", "A/"} << QStringList{"A/", "b/", "B.txt", "d.txt"};
     QTest::newRow("no numeric order") << QByteArrayList{"a9", "a10", "A1"} << QStringList{"A1", "a10", "a9"};
     QTest::newRow("hidden names left out") << QByteArrayList{".git/", ".env", "x"} << QStringList{"x"};
     QTest::newRow("only hidden") << QByteArrayList{".a", ".b/"} << QStringList{};
-    QTest::newRow("case folding beyond ASCII")
-        << QByteArrayList{"\xC3\x9F" "b", "SSa", "\xC3\x89" "t\xC3\xA9", "eu"} // ßb SSa Été eu
-        << QStringList{"eu", "Été", "SSa", "ßb"};
+    QTest::newRow("case folding beyond ASCII") << QByteArrayList{"\xC3\x9F"
+                                                                 "b",
+                                                                 "SSa",
+                                                                 "\xC3\x89"
+                                                                 "t\xC3\xA9",
+                                                                 "eu"} // ßb SSa Été eu
+                                               << QStringList{"eu", "Été", "SSa", "ßb"};
     QTest::newRow("canonical equivalence") // é precomposed and e + combining acute sort as one
-        << QByteArrayList{"\xC3\xA9" "b", "e\xCC\x81" "a", "ec"} << QStringList{"ec", "éa", "éb"};
+        << QByteArrayList{"\xC3\xA9"
+                          "b",
+                          "e\xCC\x81"
+                          "a",
+                          "ec"}
+        << QStringList{"ec", "éa", "éb"};
     QTest::newRow("links followed for the folder test")
         << QByteArrayList{"real/", "tofolder->real", "tofile->f", "f", "dangling->nowhere"}
         << QStringList{"real/", "tofolder/", "dangling", "f", "tofile"};

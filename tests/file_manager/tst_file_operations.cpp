@@ -63,11 +63,13 @@ void TestFileOperations::create_data() {
     const int created = int(CreateOutcome::Created), exists = int(CreateOutcome::AlreadyExists),
               failed = int(CreateOutcome::Failed);
     QTest::newRow("file") << QStringList{} << "a.txt" << false << created << QStringList{"a.txt"};
-    QTest::newRow("file over a file") << QStringList{"a.txt"} << "a.txt" << false << exists << QStringList{"a.txt"};
+    QTest::newRow("file over a file")
+        << QStringList{"a.txt"} << "a.txt" << false << exists << QStringList{"a.txt"};
     QTest::newRow("folder over a file") << QStringList{"a"} << "a" << true << exists << QStringList{"a"};
     QTest::newRow("file over a folder") << QStringList{"d/"} << "d" << false << exists << QStringList{"d/"};
     QTest::newRow("nested folder") << QStringList{} << "x/y" << true << created << QStringList{"x/", "x/y/"};
-    QTest::newRow("file in a missing folder") << QStringList{} << "x/y.txt" << false << failed << QStringList{};
+    QTest::newRow("file in a missing folder")
+        << QStringList{} << "x/y.txt" << false << failed << QStringList{};
     QTest::newRow("hidden file") << QStringList{} << ".env" << false << created << QStringList{".env"};
 }
 
@@ -82,8 +84,7 @@ void TestFileOperations::create() {
     QTEST(tree(dir.path()), "after");
     if (!isDir && before.contains(name)) QCOMPARE(read(dir.filePath(name)), QByteArray("old"));
     QFETCH(int, outcome);
-    if (!isDir && outcome == int(CreateOutcome::Created))
-        QCOMPARE(QFileInfo(dir.filePath(name)).size(), 0);
+    if (!isDir && outcome == int(CreateOutcome::Created)) QCOMPARE(QFileInfo(dir.filePath(name)).size(), 0);
 }
 
 void TestFileOperations::importReplaces_data() {
@@ -118,7 +119,8 @@ void TestFileOperations::failedImportKeepsTheOldEntry() {
     // A regular file whose read fails part-way, for root too.
     for (const char* name : {"picked/a.txt", "picked/d"})
         QVERIFY(::symlink("/proc/self/mem", QFile::encodeName(dir.filePath(name)).constData()) == 0);
-    QCOMPARE(BKImportFiles(dir.filePath("docs"), {dir.filePath("picked/a.txt"), dir.filePath("picked/d")}), 0);
+    QCOMPARE(BKImportFiles(dir.filePath("docs"), {dir.filePath("picked/a.txt"), dir.filePath("picked/d")}),
+             0);
     QCOMPARE(tree(dir.filePath("docs")), QStringList({"a.txt", "d/", "d/inner"}));
     QCOMPARE(read(dir.filePath("docs/a.txt")), QByteArray("old"));
 }

@@ -78,7 +78,8 @@ void TestUnzipReserve::reserve() {
     QCOMPARE(s.output(), output);
     for (const QString& name : output) { // whole files, never cut short
         const bool hundred = QStringList({"a.bin", "b.bin", "c.bin", "d.bin"}).contains(name);
-        if (name.endsWith(".bin")) QCOMPARE(QFileInfo(s.dest(name)).size(), qint64((hundred ? 100 : 256) * kMiB));
+        if (name.endsWith(".bin"))
+            QCOMPARE(QFileInfo(s.dest(name)).size(), qint64((hundred ? 100 : 256) * kMiB));
     }
     // Whatever the archive, the disk never ran out.
     QVERIFY(freeAtStart - bytesUnder(dest) >= limits.minFreeBytes);
