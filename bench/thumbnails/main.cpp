@@ -16,6 +16,7 @@
 #include <QQuickWindow>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
+#include <QTimer>
 
 #include <algorithm>
 #include <cstdio>
@@ -58,6 +59,7 @@ int decodeBenchmark(const QString& folder) {
     std::printf("ours (BKDecodeThumbnail -> %dx%d): %.2f ms\n", got.width(), got.height(), ours);
     std::printf("peer (djpeg -scale 1/8, whole process): %.2f ms\n", peer);
     std::printf("ratio thumbnail/djpeg: %.2f\n", ours / peer);
+    std::fflush(stdout);
     return 0;
 }
 
@@ -102,6 +104,8 @@ FrameTimes scrollBenchmark(const QString& folder) {
         stepMs = double(clock.nsecsElapsed() - stepStart) / 1e6;
         window.update();
     });
+    // A window that never draws (no display) must not hang the run.
+    QTimer::singleShot(120000, &window, [] { QGuiApplication::quit(); });
     if (list) QGuiApplication::exec();
     return times;
 }
