@@ -120,7 +120,6 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
     struct statvfs vfs {};
     if (::statvfs(g_sandbox.c_str(), &vfs) != 0) fail("cannot measure", g_sandbox);
     const uint64_t available = uint64_t{vfs.f_bavail} * vfs.f_frsize;
-    g_limits.minFreePercent = 0;
     g_limits.minFreeBytes = available > (uint64_t{32} << 20) ? available - (uint64_t{32} << 20) : 0;
     std::atexit([] { removeTree(g_sandbox); });
     return 0;

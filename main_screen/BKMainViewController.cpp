@@ -9,6 +9,7 @@
 #include "app/status/notification_names.h"
 #include "app/status/runtime_status.h"
 #include "log_viewer/BKLogViewController.h"
+#include "file_manager/FBFileBrowserViewController.h"
 #include "main_screen/device_facts.h"
 #include "main_screen/table_rows.h"
 #include "platform/bundle/bundle.h"
@@ -156,8 +157,14 @@ void BKMainViewController::didSelectRow(int section, int row) {
     if (rowAction(section, row) == kActionFiles) openFileManager();
 }
 
-// The file manager on the Documents folder is pushed from here once it exists.
-void BKMainViewController::openFileManager() {}
+void BKMainViewController::openFileManager() {
+    auto* browser = new FBFileBrowserViewController(BKDocumentsDirectory());
+    browser->setTitle(QStringLiteral("文件管理"));
+    if (ui::NavigationController* navigation = navigationController())
+        navigation->pushViewController(browser, true);
+    else
+        delete browser;
+}
 
 void BKMainViewController::barItemTapped(const QString& id) {
     if (id == kLogsBarItem) openLogs();

@@ -1,6 +1,5 @@
 #include "free_space.h"
 
-#include <algorithm>
 #include <sys/statvfs.h>
 
 namespace brisko::zip {
@@ -14,16 +13,19 @@ void FreeSpaceGuard::attach(int fd) {
     measure();
 }
 
+bool measureFreeSpace(int fd, uint64_t& available) {
+    struct statvfs st {};
+    if (::fstatvfs(fd, &st) != 0) return false;
+    available = uint64_t{st.f_bavail} * (st.f_frsize ? st.f_frsize : st.f_bsize);
+    return true;
+}
+
 bool FreeSpaceGuard::measure() {
     grantedSinceMeasure_ = 0;
     budget_ = 0;
-    struct statvfs st {};
-    if (fd_ < 0 || ::fstatvfs(fd_, &st) != 0) return false;
-    const uint64_t unit = st.f_frsize ? st.f_frsize : st.f_bsize;
-    const uint64_t total = uint64_t{st.f_blocks} * unit;
-    const uint64_t available = uint64_t{st.f_bavail} * unit;
-    const uint64_t floor = std::max(floor_.minFreeBytes, total / 100 * floor_.minFreePercent);
-    budget_ = available > floor ? available - floor : 0;
+    uint64_t available = 0;
+    if (fd_ < 0 || !floor_.source || !floor_.source(fd_, available)) return false;
+    budget_ = available > floor_.minFreeBytes ? available - floor_.minFreeBytes : 0;
     return true;
 }
 

@@ -3,12 +3,18 @@
 // space after them stays at or above the floor.
 
 #include <cstdint>
+#include <functional>
 
 namespace brisko::zip {
 
+// Bytes free to an unprivileged writer on the file system holding fd; false when unknown.
+using FreeSpaceSource = std::function<bool(int fd, uint64_t& available)>;
+
+bool measureFreeSpace(int fd, uint64_t& available);
+
 struct FreeSpaceFloor {
-    uint64_t minFreeBytes = uint64_t{1} << 30; // 1 GiB
-    unsigned minFreePercent = 5;               // of the file system's size
+    uint64_t minFreeBytes = uint64_t{128} << 20;
+    FreeSpaceSource source = measureFreeSpace;
 };
 
 class FreeSpaceGuard {

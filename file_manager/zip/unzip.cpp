@@ -65,7 +65,8 @@ class Extractor {
   public:
     Extractor(const MappedArchive& archive, std::string destination, const UnzipLimits& limits)
         : archive_(archive), destinationLength_(destination.size()), tree_(std::move(destination)),
-          guard_(FreeSpaceFloor{limits.minFreeBytes, limits.minFreePercent}) {}
+          guard_(
+              FreeSpaceFloor{limits.minFreeBytes, limits.freeSpace ? limits.freeSpace : measureFreeSpace}) {}
 
     void extract(const CentralEntry& entry);
 

@@ -38,7 +38,6 @@ class Scratch {
             struct statvfs vfs {};
             ::statvfs(QFile::encodeName(dest()).constData(), &vfs);
             const uint64_t available = uint64_t{vfs.f_bavail} * vfs.f_frsize;
-            limits.minFreePercent = 0;
             limits.minFreeBytes = available > room ? available - room : 0;
         }
         return brisko::BKUnzipFile(QFile::encodeName(archive).toStdString(),

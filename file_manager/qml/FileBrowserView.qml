@@ -1,0 +1,257 @@
+import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Dialogs
+import Brisko.UI
+import Brisko.FileManager
+
+// One folder as an inset-grouped list: swipe a row left for rename and delete, or right-click
+// it; Delete and F2 act on the selected row; files dropped on the list are imported.
+Rectangle {
+    id: root
+    required property FBFileBrowserViewController controller
+    color: SystemColors.systemGroupedBackground
+
+    component FileRow: SwipeDelegate {
+        id: row
+        required property var modelData
+        required property int index
+        property bool isLast: false
+        property bool selected: false
+        signal tapped()
+        signal renameTapped()
+        signal deleteTapped()
+        signal contextMenuRequested(real x, real y)
+
+        x: 16
+        width: ListView.view ? ListView.view.width - 32 : 0
+        height: 60
+        padding: 0
+
+        background: Rectangle {
+            id: rowBackground
+            color: row.pressed ? "#D1D1D6" : row.selected ? "#E5E5EA" : SystemColors.secondarySystemGroupedBackground
+            radius: row.index === 0 || row.isLast ? 10 : 0
+            // Square off the corners that meet a neighbouring row.
+            Rectangle {
+                visible: !(row.index === 0 && row.isLast) && (row.index === 0 || row.isLast)
+                width: parent.width
+                height: parent.radius
+                y: row.index === 0 ? parent.height - height : 0
+                color: parent.color
+            }
+        }
+
+        contentItem: Item {
+            Item {
+                id: iconBox
+                x: 16
+                width: 52
+                height: parent.height
+                SymbolImage {
+                    anchors.centerIn: parent
+                    width: 26
+                    height: 26
+                    visible: thumbnail.status !== Image.Ready
+                    name: row.modelData.symbol
+                    pointSize: 20
+                    tint: SystemColors.named(row.modelData.tint)
+                }
+                Image {
+                    id: thumbnail
+                    objectName: "thumbnail"
+                    anchors.centerIn: parent
+                    width: 52
+                    height: 52
+                    source: row.modelData.thumbnail
+                    asynchronous: true
+                    cache: false
+                    fillMode: Image.PreserveAspectFit
+                    sourceSize: Qt.size(112, 112)
+                }
+                Rectangle {
+                    // 6-point corners: a ring in the row's colour covers the image's corners.
+                    readonly property real ring: 4
+                    anchors.centerIn: parent
+                    visible: thumbnail.status === Image.Ready
+                    width: thumbnail.paintedWidth + 2 * ring
+                    height: thumbnail.paintedHeight + 2 * ring
+                    radius: 6 + ring
+                    color: "transparent"
+                    border.width: ring
+                    border.color: rowBackground.color
+                }
+            }
+            Column {
+                x: iconBox.x + iconBox.width + 12
+                width: parent.width - x - (row.modelData.isDir ? 40 : 16)
+                anchors.verticalCenter: parent.verticalCenter
+                spacing: 3
+                Text {
+                    width: parent.width
+                    elide: Text.ElideMiddle
+                    maximumLineCount: 1
+                    text: row.modelData.name.replace(/\n/g, "\u21B5")
+                    font.pixelSize: 17
+                    color: SystemColors.label
+                }
+                Text {
+                    width: parent.width
+                    elide: Text.ElideRight
+                    text: row.modelData.detail
+                    font.pixelSize: 12
+                    color: SystemColors.secondaryLabel
+                }
+            }
+            SymbolImage {
+                visible: row.modelData.isDir
+                anchors.right: parent.right
+                anchors.rightMargin: 16
+                anchors.verticalCenter: parent.verticalCenter
+                name: "chevron.right"
+                pointSize: 15
+                tint: "#C4C4C7"
+            }
+            Rectangle {
+                visible: !row.isLast
+                x: iconBox.x + iconBox.width + 12
+                width: parent.width - x
+                height: 0.5
+                anchors.bottom: parent.bottom
+                color: SystemColors.separator
+            }
+        }
+
+        swipe.right: Row {
+            anchors.right: parent.right
+            height: parent.height
+            Rectangle {
+                objectName: "swipeRename"
+                width: 80
+                height: parent.height
+                color: SystemColors.systemOrange
+                Text {
+                    anchors.centerIn: parent
+                    text: "重命名"
+                    color: "#FFFFFF"
+                    font.pixelSize: 15
+                }
+                MouseArea {
+                    anchors.fill: parent
+                    onClicked: {
+                        row.swipe.close()
+                        row.renameTapped()
+                    }
+                }
+            }
+            Rectangle {
+                objectName: "swipeDelete"
+                width: 80
+                height: parent.height
+                color: SystemColors.systemRed
+                Text {
+                    anchors.centerIn: parent
+                    text: "删除"
+                    color: "#FFFFFF"
+                    font.pixelSize: 15
+                }
+                MouseArea {
+                    anchors.fill: parent
+                    onClicked: {
+                        row.swipe.close()
+                        row.deleteTapped()
+                    }
+                }
+            }
+        }
+
+        onClicked: row.tapped()
+        TapHandler {
+            acceptedButtons: Qt.RightButton
+            onTapped: (point) => row.contextMenuRequested(point.position.x, point.position.y)
+        }
+    }
+
+    ListView {
+        id: list
+        objectName: "fileList"
+        anchors.fill: parent
+        topMargin: 18
+        bottomMargin: 18
+        model: root.controller.rows
+        // The row Delete and F2 act on; the list's own current item would follow every reload.
+        property int selectedRow: -1
+        focus: true
+        reuseItems: true
+        boundsBehavior: Flickable.DragOverBounds
+        delegate: FileRow {
+            isLast: index === list.count - 1
+            selected: index === list.selectedRow
+            onTapped: {
+                list.selectedRow = index
+                list.forceActiveFocus()
+                root.controller.didSelectRow(index)
+            }
+            onRenameTapped: root.controller.renameItemAtIndex(index)
+            onDeleteTapped: root.controller.deleteItemAtIndex(index)
+            onContextMenuRequested: (x, y) => {
+                list.selectedRow = index
+                rowMenu.row = index
+                rowMenu.popup(this, x, y)
+            }
+        }
+        onDragEnded: if (contentY < -topMargin - 64) root.controller.pullToRefresh()
+
+        Keys.onPressed: (event) => {
+            if (list.selectedRow < 0) return
+            if (event.key === Qt.Key_Delete) {
+                root.controller.deleteItemAtIndex(list.selectedRow)
+                event.accepted = true
+            } else if (event.key === Qt.Key_F2) {
+                root.controller.renameItemAtIndex(list.selectedRow)
+                event.accepted = true
+            }
+        }
+
+        onCountChanged: list.selectedRow = -1
+    }
+
+    Menu {
+        id: rowMenu
+        property int row: -1
+        MenuItem {
+            text: "重命名"
+            onTriggered: root.controller.renameItemAtIndex(rowMenu.row)
+        }
+        MenuItem {
+            text: "删除"
+            onTriggered: root.controller.deleteItemAtIndex(rowMenu.row)
+        }
+    }
+
+    FileDialog {
+        id: importDialog
+        fileMode: FileDialog.OpenFiles
+        onAccepted: {
+            const picked = []
+            for (let i = 0; i < importDialog.selectedFiles.length; ++i)
+                picked.push(importDialog.selectedFiles[i].toString())
+            root.controller.importPaths(picked)
+        }
+    }
+
+    DropArea {
+        anchors.fill: parent
+        onDropped: (drop) => {
+            if (!drop.hasUrls) return
+            const dropped = []
+            for (let i = 0; i < drop.urls.length; ++i)
+                dropped.push(drop.urls[i].toString())
+            root.controller.importPaths(dropped)
+        }
+    }
+
+    Connections {
+        target: root.controller
+        function onImportRequested() { importDialog.open() }
+    }
+}
