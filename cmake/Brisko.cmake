@@ -15,11 +15,12 @@ function(brisko_add_subdirectories)
   endforeach()
 endfunction()
 
-# brisko_add_test(NAME SOURCES files... LIBS libs... [LABELS l...] [ENV k=v...] [TIMEOUT s])
+# brisko_add_test(NAME SOURCES files... LIBS libs... [LABELS l...] [ENV k=v...] [LOCKS r...] [TIMEOUT s])
 # One QtTest executable registered with CTest. Label "x11" needs the test display,
-# "dbus" the private system bus; everything else runs offscreen.
+# "dbus" the private system bus; everything else runs offscreen. LOCKS names resources (fixed
+# ports, e.g. port_8989) that only one test may hold at a time.
 function(brisko_add_test name)
-  cmake_parse_arguments(T "" "TIMEOUT" "SOURCES;LIBS;LABELS;ENV" ${ARGN})
+  cmake_parse_arguments(T "" "TIMEOUT" "SOURCES;LIBS;LABELS;ENV;LOCKS" ${ARGN})
   add_executable(${name} ${T_SOURCES})
   target_link_libraries(${name} PRIVATE Qt6::Test ${T_LIBS})
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
@@ -33,13 +34,16 @@ function(brisko_add_test name)
   # Tests on the shared private bus see each other's posts: run them one at a time, and keep
   # every other test off the bus so it cannot disturb them.
   if("dbus" IN_LIST T_LABELS)
-    set_tests_properties(${name} PROPERTIES RESOURCE_LOCK brisko_system_bus)
+    list(APPEND T_LOCKS brisko_system_bus)
   else()
     list(APPEND env "DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nonexistent/brisko-no-bus")
   endif()
   if("x11" IN_LIST T_LABELS)
     list(REMOVE_ITEM env "QT_QPA_PLATFORM=offscreen")
     list(APPEND env "QT_QPA_PLATFORM=xcb")
+  endif()
+  if(T_LOCKS)
+    set_tests_properties(${name} PROPERTIES RESOURCE_LOCK "${T_LOCKS}")
   endif()
   set_tests_properties(${name} PROPERTIES TIMEOUT ${T_TIMEOUT} ENVIRONMENT "${env}" LABELS "${T_LABELS}")
 endfunction()

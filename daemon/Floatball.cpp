@@ -14,7 +14,8 @@ void post(const char* name) {
 } // namespace
 
 Floatball::Floatball(const QString& documents, QObject* parent)
-    : QObject(parent), supervisor_(documents), server_([this](const QString& cmd) { return runCommand(cmd); }) {
+    : QObject(parent), supervisor_(documents),
+      server_([this](const QString& cmd) { return runCommand(cmd); }) {
     connect(&supervisor_, &ScriptSupervisor::stateChanged, this, &Floatball::onStateChanged);
 }
 
@@ -73,10 +74,18 @@ void Floatball::attachBall(BallPresenter* ball) {
 
 void Floatball::ballAction(BallAction action) {
     switch (action) {
-    case BallAction::Start: supervisor_.start(); break;
-    case BallAction::Stop: supervisor_.stop(); break;
-    case BallAction::Pause: supervisor_.pause(); break;
-    case BallAction::Resume: supervisor_.resume(); break;
+    case BallAction::Start:
+        supervisor_.start();
+        break;
+    case BallAction::Stop:
+        supervisor_.stop();
+        break;
+    case BallAction::Pause:
+        supervisor_.pause();
+        break;
+    case BallAction::Resume:
+        supervisor_.resume();
+        break;
     case BallAction::Close:
         if (ball_) ball_->hideBall();
         break;

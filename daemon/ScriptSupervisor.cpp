@@ -88,7 +88,11 @@ QString ScriptSupervisor::start() {
     QPointer self(this);
     run_ = std::make_unique<ScriptRun>(launched, std::move(log), [self, id](int) {
         QMetaObject::invokeMethod(
-            self.get(), [self, id] { if (self) self->onRunExited(id); }, Qt::QueuedConnection);
+            self.get(),
+            [self, id] {
+                if (self) self->onRunExited(id);
+            },
+            Qt::QueuedConnection);
     });
     setState(ScriptState::Running);
     return {};

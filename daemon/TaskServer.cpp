@@ -18,7 +18,8 @@ constexpr char kReceivedProperty[] = "brisko_received";
 constexpr char kIdleGenerationProperty[] = "brisko_idle_generation";
 
 QByteArray tooLargeReply() {
-    const QByteArray body = QJsonDocument(taskReply(QStringLiteral("请求过大"))).toJson(QJsonDocument::Compact);
+    const QByteArray body =
+        QJsonDocument(taskReply(QStringLiteral("请求过大"))).toJson(QJsonDocument::Compact);
     return "HTTP/1.1 413 Payload Too Large\r\nContent-Type: application/json\r\nConnection: close\r\n"
            "Content-Length: " +
            QByteArray::number(body.size()) + "\r\n\r\n" + body;

@@ -27,7 +27,8 @@ bool isExecutableFile(const QString& path) {
 
 QStringList executableSearchPath() {
     const QString path = qEnvironmentVariable("PATH");
-    if (path.isEmpty()) return {"/usr/local/sbin", "/usr/local/bin", "/usr/sbin", "/usr/bin", "/sbin", "/bin"};
+    if (path.isEmpty())
+        return {"/usr/local/sbin", "/usr/local/bin", "/usr/sbin", "/usr/bin", "/sbin", "/bin"};
     return path.split(u':', Qt::SkipEmptyParts);
 }
 

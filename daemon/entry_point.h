@@ -7,10 +7,10 @@
 namespace brisko::daemon {
 
 struct EntryPoint {
-    QString program;        // absolute path to exec
-    QStringList arguments;  // after argv[0]
-    QString description;    // for the log's begin line, e.g. "lua5.4 main.lua"
-    QString error;          // set when nothing can run; shown to the user as it stands
+    QString program;       // absolute path to exec
+    QStringList arguments; // after argv[0]
+    QString description;   // for the log's begin line, e.g. "lua5.4 main.lua"
+    QString error;         // set when nothing can run; shown to the user as it stands
 };
 
 // The search path of the daemon, or the usual system one when it was started without PATH.

@@ -24,7 +24,8 @@ bool singleValue(const QList<QByteArray>& values, auto accept) {
 } // namespace
 
 bool isLoopbackRequestAllowed(const HeaderList& headers, quint16 port) {
-    if (!singleValue(headerValues(headers, "host"), [port](const QByteArray& v) { return isLoopbackAuthority(v, port); }))
+    if (!singleValue(headerValues(headers, "host"),
+                     [port](const QByteArray& v) { return isLoopbackAuthority(v, port); }))
         return false;
     const QList<QByteArray> origins = headerValues(headers, "origin");
     if (!origins.isEmpty() && !singleValue(origins, [port](const QByteArray& v) {

@@ -35,7 +35,8 @@ std::vector<char*> pointers(const QList<QByteArray>& strings) {
 }
 
 // Between fork and exec only async-signal-safe calls: other threads may hold locks.
-[[noreturn]] void runChild(const LaunchSpec& spec, char* const* argv, char* const* envp, int outFd, int reportFd) {
+[[noreturn]] void runChild(const LaunchSpec& spec, char* const* argv, char* const* envp, int outFd,
+                           int reportFd) {
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);

@@ -21,7 +21,9 @@ constexpr int kExitPollMs = 50; // only without a pidfd
 QString describeWaitStatus(int status) {
     if (WIFEXITED(status)) return QStringLiteral("退出码 %1").arg(WEXITSTATUS(status));
     const int sig = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
-    return QStringLiteral("信号 %1 (%2)").arg(sig).arg(QString::fromLocal8Bit(sigabbrev_np(sig) ? sigabbrev_np(sig) : "?"));
+    return QStringLiteral("信号 %1 (%2)")
+        .arg(sig)
+        .arg(QString::fromLocal8Bit(sigabbrev_np(sig) ? sigabbrev_np(sig) : "?"));
 }
 
 ScriptRun::ScriptRun(LaunchedScript launched, std::unique_ptr<ScriptLog> log, std::function<void(int)> onExit)
@@ -57,7 +59,8 @@ void ScriptRun::run() {
     // What the script's children still do dies with it; what they wrote is kept.
     signalGroup(SIGKILL);
     drainOutput();
-    log_->note(QStringLiteral("==== 脚本结束 (pid %1，%2) ====").arg(launched_.pid).arg(describeWaitStatus(status)));
+    log_->note(
+        QStringLiteral("==== 脚本结束 (pid %1，%2) ====").arg(launched_.pid).arg(describeWaitStatus(status)));
     onExit_(status);
 }
 

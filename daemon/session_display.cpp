@@ -39,9 +39,9 @@ QVariant sessionProperty(const QDBusObjectPath& path, const QString& name) {
 }
 
 QList<SessionEntry> listSessions() {
-    const QDBusMessage reply = callLogind(QStringLiteral("/org/freedesktop/login1"),
-                                          QStringLiteral("org.freedesktop.login1.Manager"),
-                                          QStringLiteral("ListSessions"));
+    const QDBusMessage reply =
+        callLogind(QStringLiteral("/org/freedesktop/login1"),
+                   QStringLiteral("org.freedesktop.login1.Manager"), QStringLiteral("ListSessions"));
     QList<SessionEntry> sessions;
     if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty()) return sessions;
     const QDBusArgument array = reply.arguments().first().value<QDBusArgument>();
