@@ -11,6 +11,9 @@
 #include <QTcpSocket>
 #include <QUrlQuery>
 
+#include <memory>
+#include <utility>
+
 namespace brisko::daemon {
 namespace {
 
@@ -41,7 +44,13 @@ void GuardedTcpServer::incomingConnection(qintptr descriptor) {
         return;
     }
     ++live_;
-    connect(socket, &QObject::destroyed, this, [this] { --live_; });
+    // Counted out when it closes: its deletion waits for the event loop, and newcomers should not.
+    auto countedOut = std::make_shared<bool>(false);
+    const auto release = [this, countedOut] {
+        if (!std::exchange(*countedOut, true)) --live_;
+    };
+    connect(socket, &QTcpSocket::disconnected, this, release);
+    connect(socket, &QObject::destroyed, this, release);
     connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
     // Connected before the HTTP server's own handler, so this sees each chunk first.
     connect(socket, &QTcpSocket::readyRead, this, [this, socket] { countIncoming(socket); });

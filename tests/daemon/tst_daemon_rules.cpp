@@ -126,7 +126,7 @@ class DaemonRulesTest : public QObject {
         const QString path = documents.filePath("script.log");
         ScriptLog log(path, getuid(), getgid());
         log.append("one\ntw", 6);
-        log.append("o\n\xff\xfe bad\n", 10);
+        log.append("o\n\xff\xfe bad\n", 9);
         log.append("\xe4\xb8", 2); // a character cut in two by the pipe
         log.append("\xad\n", 2);
         log.append("no end", 6);

@@ -90,7 +90,7 @@ class FloatballTest : public QObject {
     }
     QByteArray task(const QString& cmd) {
         QNetworkReply* reply = BKSharedURLSession()->get(QNetworkRequest(BKScriptControlURL(cmd)));
-        QTRY_VERIFY_WITH_TIMEOUT(reply->isFinished(), 10000);
+        (void)QTest::qWaitFor([reply] { return reply->isFinished(); }, 10000);
         reply->deleteLater();
         return reply->readAll();
     }

@@ -36,8 +36,8 @@ QByteArray exchange(QTcpSocket& socket, const QByteArray& request) {
     QByteArray reply;
     const auto read = QObject::connect(&socket, &QTcpSocket::readyRead, [&] { reply += socket.readAll(); });
     socket.write(request);
-    QTest::qWaitFor([&] { return socket.state() != QAbstractSocket::ConnectedState || isWholeReply(reply); },
-                    5000);
+    (void)QTest::qWaitFor(
+        [&] { return socket.state() != QAbstractSocket::ConnectedState || isWholeReply(reply); }, 5000);
     QObject::disconnect(read);
     return reply + socket.readAll();
 }

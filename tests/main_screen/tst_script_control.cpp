@@ -14,6 +14,8 @@
 #include <QTcpSocket>
 #include <QTest>
 
+#include <sys/socket.h>
+
 using namespace brisko;
 
 namespace {
@@ -119,7 +121,10 @@ class ScriptControlTest : public QObject {
                 requestLines << QString::fromLatin1(socket->readLine()).trimmed();
                 socket->write(reply);
                 socket->flush();
-                if (reset) socket->setSocketOption(QAbstractSocket::LingerOption, 0);
+                if (reset) { // a reset, not a close
+                    const linger hard{1, 0};
+                    setsockopt(int(socket->socketDescriptor()), SOL_SOCKET, SO_LINGER, &hard, sizeof hard);
+                }
                 reset ? socket->abort() : socket->disconnectFromHost();
             });
         });
