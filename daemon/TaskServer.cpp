@@ -120,6 +120,11 @@ void TaskServer::missingHandler(const QHttpServerRequest& request, QTcpSocket* s
 void TaskServer::answer(const QHttpServerRequest& request, QTcpSocket* socket, const QJsonObject& body,
                         int status) {
     makeResponder(request, socket).write(QJsonDocument(body), QHttpServerResponder::StatusCode(status));
+    // The server keeps every connection open otherwise, and a client asking to close waits for it.
+    for (const auto& [name, value] : request.headers())
+        if (name.compare("connection", Qt::CaseInsensitive) == 0 &&
+            value.trimmed().compare("close", Qt::CaseInsensitive) == 0)
+            socket->disconnectFromHost();
 }
 
 } // namespace brisko::daemon
