@@ -15,10 +15,10 @@ function(brisko_add_subdirectories)
   endforeach()
 endfunction()
 
-# brisko_add_test(NAME SOURCES files... LIBS libs... [LABELS l...] [ENV k=v...] [TIMEOUT s] [LOCKS r...])
+# brisko_add_test(NAME SOURCES files... LIBS libs... [LABELS l...] [ENV k=v...] [LOCKS r...] [TIMEOUT s])
 # One QtTest executable registered with CTest. Label "x11" needs the test display,
-# "dbus" the private system bus; everything else runs offscreen. LOCKS names shared resources
-# (a fixed port: port_65005) that tests must not use at the same time.
+# "dbus" the private system bus; everything else runs offscreen. LOCKS names resources (fixed
+# ports, e.g. port_8989) that only one test may hold at a time.
 function(brisko_add_test name)
   cmake_parse_arguments(T "" "TIMEOUT" "SOURCES;LIBS;LABELS;ENV;LOCKS" ${ARGN})
   add_executable(${name} ${T_SOURCES})
@@ -42,10 +42,10 @@ function(brisko_add_test name)
     list(REMOVE_ITEM env "QT_QPA_PLATFORM=offscreen")
     list(APPEND env "QT_QPA_PLATFORM=xcb")
   endif()
-  set_tests_properties(${name} PROPERTIES TIMEOUT ${T_TIMEOUT} ENVIRONMENT "${env}" LABELS "${T_LABELS}")
   if(T_LOCKS)
     set_tests_properties(${name} PROPERTIES RESOURCE_LOCK "${T_LOCKS}")
   endif()
+  set_tests_properties(${name} PROPERTIES TIMEOUT ${T_TIMEOUT} ENVIRONMENT "${env}" LABELS "${T_LABELS}")
 endfunction()
 
 # A helper executable that tests start as a child process.

@@ -45,6 +45,14 @@ int httpStatus(QNetworkReply* reply) {
     return status.isValid() ? status.toInt() : 0;
 }
 
+// A reset or time-out after the status line leaves a status but no whole reply: still transport.
+bool isTransportError(QNetworkReply* reply, int status) {
+    const QNetworkReply::NetworkError error = reply->error();
+    if (error == QNetworkReply::NoError) return false;
+    return status == 0 || error < QNetworkReply::ContentAccessDenied ||
+           error == QNetworkReply::ProtocolFailure;
+}
+
 } // namespace
 
 void BKMainViewController::configureScriptControlsIfNeeded() {
@@ -89,8 +97,8 @@ void BKMainViewController::sendScriptControlCommand(const QString& cmd, const QS
     connect(reply, &QNetworkReply::finished, this, [this, reply, actionName] {
         reply->deleteLater();
         const int status = httpStatus(reply);
-        const bool transportFailed = reply->error() != QNetworkReply::NoError && status == 0;
-        handleScriptControlReply(actionName, transportFailed ? reply->errorString() : QString(), status,
+        handleScriptControlReply(actionName,
+                                 isTransportError(reply, status) ? reply->errorString() : QString(), status,
                                  reply->readAll());
     });
 }

@@ -9,6 +9,7 @@
 #include "file_manager/zip/log/debug_log.h"
 #include "kit/BKKit.h"
 #include "main_screen/BKMainViewController.h"
+#include "platform/notify/notify.h"
 
 #include <QFileInfo>
 #include <QFontDatabase>
@@ -17,22 +18,25 @@ namespace brisko {
 namespace {
 
 bool s_background = false;
+constexpr int kPostFlushMs = 500;
 
 int spawnWithKit(const QString& path, const QStringList& arguments) {
     return BKKit::spawnAsRoot(path, arguments);
 }
 BKDaemonSpawner s_spawner = spawnWithKit;
 
-void startDaemonIfNeeded() {
+// True when the daemon was asked for (started or already there).
+bool startDaemonIfNeeded() {
     const QString daemon = BKDaemonExecutablePath();
-    if (!QFileInfo(daemon).isFile()) return;
+    if (!QFileInfo(daemon).isFile()) return false;
     const bool background = BKApplicationIsInBackground();
     const bool autostart = QFileInfo::exists(BKBootAutostartMarkerPath());
-    if (background && !autostart) return;
+    if (background && !autostart) return false;
     QStringList arguments{BKDocumentsDirectory()};
     if (background && autostart) arguments << QStringLiteral("--autorun");
     if (!BKWaitForFloatballAlive(0.2)) s_spawner(daemon, arguments);
     BKRequestFloatballState();
+    return true;
 }
 
 } // namespace
@@ -65,6 +69,12 @@ void BKStartBriskoServices() {
     BKSetDebugServiceEnabledProvider([] { return _debugServiceEnabled; });
     BKAddDaemonObservers();
     startDaemonIfNeeded();
+}
+
+void BKRunBackgroundLaunch() {
+    BKSetApplicationInBackground(true);
+    // The ping must leave before the process does.
+    if (startDaemonIfNeeded()) notify::waitUntilReady(kPostFlushMs);
 }
 
 } // namespace brisko

@@ -19,6 +19,9 @@ class BKNavController : public ui::NavigationController {
 
 BKNavController* BKCreateRootViewController();
 void BKStartBriskoServices();
+// The launch at login (--background): no window; the daemon starts with --autorun only when the
+// boot_autostart marker exists. Returns once the request has left; the process then ends.
+void BKRunBackgroundLaunch();
 
 // A launch by the boot autostart entry (started with --background) counts as a background launch.
 bool BKApplicationIsInBackground();

@@ -32,9 +32,21 @@ Options parseOptions(const QGuiApplication& app) {
 
 } // namespace
 
+// Before any window system is touched: at login the screen may not be ours yet.
+static bool isBackgroundLaunch(int argc, char** argv) {
+    for (int i = 1; i < argc; ++i)
+        if (qstrcmp(argv[i], "--background") == 0) return true;
+    return false;
+}
+
 int main(int argc, char** argv) {
     BKInitializeWebEngine();
     QGuiApplication::setApplicationName(QStringLiteral("brisko"));
+    if (isBackgroundLaunch(argc, argv)) {
+        QCoreApplication app(argc, argv);
+        BKRunBackgroundLaunch();
+        return 0;
+    }
     QGuiApplication app(argc, argv);
     const Options options = parseOptions(app);
     ui::installSystemFont();

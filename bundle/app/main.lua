@@ -1,7 +1,14 @@
--- Sample script: the runner starts it with "启动脚本" and stops it with "停止脚本".
-local started = os.date("%Y-%m-%d %H:%M:%S")
-print("sample script started at " .. started)
-for step = 1, 3 do
-  print(string.format("sample script step %d of 3", step))
+-- Sample script. "启动脚本" (or curl 'http://127.0.0.1:8989/task?cmd=start') runs it; every line it
+-- prints lands in script.log with a timestamp. cmd=pause holds it, cmd=resume lets it go on,
+-- "停止脚本" (cmd=stop) ends it.
+io.stdout:setvbuf("line") -- one line at a time, so the log follows as it happens
+
+local documents = os.getenv("BRISKO_DOCUMENTS") or "."
+print("示例脚本开始，文档目录 " .. documents)
+
+local step = 0
+while true do
+  step = step + 1
+  print(string.format("第 %d 次循环 %s", step, os.date("%H:%M:%S")))
+  os.execute("sleep 1")
 end
-print("sample script finished")

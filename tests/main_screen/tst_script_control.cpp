@@ -14,6 +14,8 @@
 #include <QTcpSocket>
 #include <QTest>
 
+#include <sys/socket.h>
+
 using namespace brisko;
 
 namespace {
@@ -94,10 +96,23 @@ class ScriptControlTest : public QObject {
         QVERIFY(!findItem(shown.screen->view(), "scriptControlBar")->isVisible());
     }
 
-    // The daemon refuses: the request goes out under the overlay and its error comes back as an alert.
+    // The request goes out under the overlay and a failure comes back as an alert. A connection
+    // reset after the status line is a transport failure, not a reply with a short body.
+    void tapSendsTheCommand_data() {
+        QTest::addColumn<QByteArray>("reply");
+        QTest::addColumn<bool>("reset");
+        QTest::addColumn<QString>("alert"); // "<transport>": the transport's own description
+        QTest::newRow("daemon refuses") << QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 27\r\nConnection: "
+                                                      "close\r\n\r\n"
+                                                      R"({"ok":false,"error":"busy"})")
+                                        << false << "停止失败 busy";
+        QTest::newRow("reset mid-body") << QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 64\r\n\r\n{\"ok\":")
+                                        << true << "停止失败 <transport>";
+    }
     void tapSendsTheCommand() {
-        const QByteArray reply = "HTTP/1.1 200 OK\r\nContent-Length: 27\r\nConnection: close\r\n\r\n"
-                                 R"({"ok":false,"error":"busy"})";
+        QFETCH(QByteArray, reply);
+        QFETCH(bool, reset);
+        QFETCH(QString, alert);
         QTcpServer daemon;
         QStringList requestLines;
         connect(&daemon, &QTcpServer::newConnection, this, [&] {
@@ -105,7 +120,12 @@ class ScriptControlTest : public QObject {
             connect(socket, &QTcpSocket::readyRead, socket, [&, socket] {
                 requestLines << QString::fromLatin1(socket->readLine()).trimmed();
                 socket->write(reply);
-                socket->disconnectFromHost();
+                socket->flush();
+                if (reset) { // a reset, not a close
+                    const linger hard{1, 0};
+                    setsockopt(int(socket->socketDescriptor()), SOL_SOCKET, SO_LINGER, &hard, sizeof hard);
+                }
+                reset ? socket->abort() : socket->disconnectFromHost();
             });
         });
         QVERIFY(daemon.listen(QHostAddress::LocalHost));
@@ -120,7 +140,11 @@ class ScriptControlTest : public QObject {
         QCOMPARE(requestLines, QStringList{"GET /task?cmd=stop HTTP/1.1"});
         ui::AlertController* presented = ui::AlertController::topPresented();
         QVERIFY(presented);
-        QCOMPARE(presented->title() + " " + presented->message(), QString("停止失败 busy"));
+        QString message = presented->message();
+        if (alert.endsWith("<transport>") && !message.isEmpty() && message != "请求未发送成功" &&
+            !message.startsWith("接口返回状态码"))
+            message = "<transport>";
+        QCOMPARE(presented->title() + " " + message, alert);
         QVERIFY(presented->tapAction("确定"));
     }
 };

@@ -1,0 +1,143 @@
+#include "ScriptSupervisor.h"
+
+#include "daemon/entry_point.h"
+#include "daemon/logging.h"
+#include "daemon/session_display.h"
+#include "platform/dispatch/dispatch.h"
+
+#include <QDir>
+#include <QFile>
+#include <QPointer>
+
+#include <csignal>
+#include <pwd.h>
+#include <unistd.h>
+
+namespace brisko::daemon {
+namespace {
+
+const QString kAlreadyRunning = QStringLiteral("脚本已在运行");
+const QString kNotRunning = QStringLiteral("脚本未在运行");
+
+QByteArray homeOf(uid_t uid) {
+    const passwd* pw = getpwuid(uid);
+    return pw ? QByteArray(pw->pw_dir) : QByteArray("/");
+}
+
+QByteArray userOf(uid_t uid) {
+    const passwd* pw = getpwuid(uid);
+    return pw ? QByteArray(pw->pw_name) : QByteArray::number(uid);
+}
+
+QList<QByteArray> scriptEnvironment(const QString& documents, uid_t uid) {
+    const QByteArray user = userOf(uid);
+    QList<QByteArray> env{"PATH=" + executableSearchPath().join(u':').toLocal8Bit(),
+                          "HOME=" + homeOf(uid),
+                          "USER=" + user,
+                          "LOGNAME=" + user,
+                          "LANG=C.UTF-8",
+                          "PYTHONUNBUFFERED=1", // print() reaches the log as it happens
+                          "BRISKO_DOCUMENTS=" + QFile::encodeName(documents)};
+    const SessionDisplay display = findSessionDisplay(uid);
+    if (!display.display.isEmpty()) env << "DISPLAY=" + display.display;
+    if (!display.xauthority.isEmpty()) env << "XAUTHORITY=" + display.xauthority;
+    const QByteArray runtimeDir = "/run/user/" + QByteArray::number(uid);
+    if (QFile::exists(QString::fromLatin1(runtimeDir))) env << "XDG_RUNTIME_DIR=" + runtimeDir;
+    return env;
+}
+
+} // namespace
+
+ScriptSupervisor::ScriptSupervisor(QString documents, QObject* parent)
+    : QObject(parent), documents_(std::move(documents)) {}
+
+ScriptSupervisor::~ScriptSupervisor() = default; // the run's destructor kills what is left
+
+LaunchSpec ScriptSupervisor::launchSpecFor(const EntryPoint& entry, QString* error) const {
+    LaunchSpec spec;
+    if (!fillOwnerIdentity(documents_, &spec)) {
+        *error = QStringLiteral("无法读取文档目录");
+        return spec;
+    }
+    if (!spec.changeIdentity) spec.uid = geteuid(); // not root: the script runs as we do
+    spec.program = QFile::encodeName(entry.program);
+    spec.arguments << spec.program;
+    for (const QString& argument : entry.arguments)
+        spec.arguments << QFile::encodeName(argument);
+    spec.environment = scriptEnvironment(documents_, spec.uid);
+    spec.workingDirectory = QFile::encodeName(documents_ + QStringLiteral("/app"));
+    return spec;
+}
+
+QString ScriptSupervisor::start() {
+    if (state_ != ScriptState::Stopped) return stopping_ ? QStringLiteral("脚本正在停止") : kAlreadyRunning;
+    const EntryPoint entry = findEntryPoint(documents_, executableSearchPath());
+    if (!entry.error.isEmpty()) return entry.error;
+    QString error;
+    const LaunchSpec spec = launchSpecFor(entry, &error);
+    if (!error.isEmpty()) return error;
+    auto log = std::make_unique<ScriptLog>(QDir(documents_).filePath(QStringLiteral("script.log")), spec.uid,
+                                           spec.gid, rotateAt_);
+    const LaunchedScript launched = launchScript(spec);
+    if (launched.pid < 0) {
+        log->note(QStringLiteral("==== 脚本无法启动: %1 ====").arg(launched.error));
+        return QStringLiteral("脚本无法启动: %1").arg(launched.error);
+    }
+    log->note(QStringLiteral("==== 脚本开始 (pid %1，%2) ====").arg(launched.pid).arg(entry.description));
+    const quint64 id = ++runId_;
+    QPointer self(this);
+    run_ = std::make_unique<ScriptRun>(launched, std::move(log), [self, id](int) {
+        QMetaObject::invokeMethod(
+            self.get(),
+            [self, id] {
+                if (self) self->onRunExited(id);
+            },
+            Qt::QueuedConnection);
+    });
+    setState(ScriptState::Running);
+    return {};
+}
+
+QString ScriptSupervisor::stop() {
+    if (state_ == ScriptState::Stopped) return kNotRunning;
+    if (stopping_) return {};
+    stopping_ = true;
+    run_->signalGroup(SIGTERM);
+    run_->signalGroup(SIGCONT); // a paused script must wake to see the TERM
+    const quint64 id = runId_;
+    dispatchMainAfter(kStopGraceSeconds, [self = QPointer(this), id] {
+        if (self && self->run_ && self->runId_ == id) self->run_->signalGroup(SIGKILL);
+    });
+    return {};
+}
+
+QString ScriptSupervisor::pause() {
+    if (state_ == ScriptState::Stopped || stopping_) return kNotRunning;
+    if (state_ == ScriptState::Paused) return QStringLiteral("脚本已暂停");
+    run_->signalGroup(SIGSTOP);
+    setState(ScriptState::Paused);
+    return {};
+}
+
+QString ScriptSupervisor::resume() {
+    if (state_ == ScriptState::Stopped || stopping_) return kNotRunning;
+    if (state_ != ScriptState::Paused) return QStringLiteral("脚本未暂停");
+    run_->signalGroup(SIGCONT);
+    setState(ScriptState::Running);
+    return {};
+}
+
+void ScriptSupervisor::onRunExited(quint64 runId) {
+    if (runId != runId_ || !run_) return;
+    run_.reset(); // the thread has finished its last act; this joins it
+    stopping_ = false;
+    setState(ScriptState::Stopped);
+}
+
+void ScriptSupervisor::setState(ScriptState state) {
+    if (state == state_) return;
+    state_ = state;
+    emit stateChanged(state);
+}
+
+} // namespace brisko::daemon

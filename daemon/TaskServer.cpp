@@ -1,0 +1,130 @@
+#include "TaskServer.h"
+
+#include "daemon/logging.h"
+#include "daemon/request_guard.h"
+#include "platform/dispatch/dispatch.h"
+
+#include <QHttpServerRequest>
+#include <QHttpServerResponder>
+#include <QJsonDocument>
+#include <QPointer>
+#include <QTcpSocket>
+#include <QUrlQuery>
+
+#include <memory>
+#include <utility>
+
+namespace brisko::daemon {
+namespace {
+
+constexpr char kReceivedProperty[] = "brisko_received";
+constexpr char kIdleGenerationProperty[] = "brisko_idle_generation";
+
+QByteArray tooLargeReply() {
+    const QByteArray body =
+        QJsonDocument(taskReply(QStringLiteral("请求过大"))).toJson(QJsonDocument::Compact);
+    return "HTTP/1.1 413 Payload Too Large\r\nContent-Type: application/json\r\nConnection: close\r\n"
+           "Content-Length: " +
+           QByteArray::number(body.size()) + "\r\n\r\n" + body;
+}
+
+} // namespace
+
+QJsonObject taskReply(const QString& error) {
+    if (error.isEmpty()) return {{"ok", true}};
+    return {{"ok", false}, {"error", error}};
+}
+
+void GuardedTcpServer::incomingConnection(qintptr descriptor) {
+    auto* socket = new QTcpSocket(this);
+    if (!socket->setSocketDescriptor(descriptor) || live_ >= kMaxConnections) {
+        qCDebug(lcDaemon, "task endpoint: connection refused, %d open", live_);
+        socket->abort();
+        socket->deleteLater();
+        return;
+    }
+    ++live_;
+    // Counted out when it closes: its deletion waits for the event loop, and newcomers should not.
+    auto countedOut = std::make_shared<bool>(false);
+    const auto release = [this, countedOut] {
+        if (!std::exchange(*countedOut, true)) --live_;
+    };
+    connect(socket, &QTcpSocket::disconnected, this, release);
+    connect(socket, &QObject::destroyed, this, release);
+    connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+    // Connected before the HTTP server's own handler, so this sees each chunk first.
+    connect(socket, &QTcpSocket::readyRead, this, [this, socket] { countIncoming(socket); });
+    armIdleTimer(socket);
+    addPendingConnection(socket);
+}
+
+void GuardedTcpServer::countIncoming(QTcpSocket* socket) {
+    const qint64 received = socket->property(kReceivedProperty).toLongLong() + socket->bytesAvailable();
+    socket->setProperty(kReceivedProperty, received);
+    if (received <= kMaxRequestBytes) return;
+    qCDebug(lcDaemon, "task endpoint: request over %lld bytes refused", kMaxRequestBytes);
+    socket->write(tooLargeReply());
+    socket->flush();
+    socket->abort();
+}
+
+void GuardedTcpServer::requestAnswered(QTcpSocket* socket) {
+    socket->setProperty(kReceivedProperty, qint64(0));
+    armIdleTimer(socket);
+}
+
+void GuardedTcpServer::armIdleTimer(QTcpSocket* socket) {
+    const quint64 generation = socket->property(kIdleGenerationProperty).toULongLong() + 1;
+    socket->setProperty(kIdleGenerationProperty, generation);
+    dispatchMainAfter(kIdleSeconds, [socket = QPointer(socket), generation] {
+        if (socket && socket->property(kIdleGenerationProperty).toULongLong() == generation) socket->abort();
+    });
+}
+
+TaskServer::TaskServer(CommandHandler handler, QObject* parent)
+    : QAbstractHttpServer(parent), handler_(std::move(handler)), tcp_(new GuardedTcpServer(this)) {}
+
+bool TaskServer::listen(quint16 port) {
+    if (!tcp_->listen(QHostAddress::LocalHost, port)) {
+        qCDebug(lcDaemon, "task endpoint: cannot listen on %u: %s", port, qPrintable(tcp_->errorString()));
+        return false;
+    }
+    bind(tcp_);
+    return true;
+}
+
+quint16 TaskServer::port() const {
+    return tcp_->serverPort();
+}
+
+bool TaskServer::handleRequest(const QHttpServerRequest& request, QTcpSocket* socket) {
+    tcp_->requestAnswered(socket);
+    if (!isLoopbackRequestAllowed(request.headers(), port())) {
+        answer(request, socket, taskReply(QStringLiteral("拒绝访问")), 403);
+        return true;
+    }
+    if (request.url().path() != QStringLiteral("/task")) return false;
+    if (request.method() != QHttpServerRequest::Method::Get) {
+        answer(request, socket, taskReply(QStringLiteral("只支持 GET")), 405);
+        return true;
+    }
+    const QString cmd = QUrlQuery(request.url()).queryItemValue(QStringLiteral("cmd"));
+    answer(request, socket, handler_(cmd), 200);
+    return true;
+}
+
+void TaskServer::missingHandler(const QHttpServerRequest& request, QTcpSocket* socket) {
+    answer(request, socket, taskReply(QStringLiteral("未知请求")), 404);
+}
+
+void TaskServer::answer(const QHttpServerRequest& request, QTcpSocket* socket, const QJsonObject& body,
+                        int status) {
+    makeResponder(request, socket).write(QJsonDocument(body), QHttpServerResponder::StatusCode(status));
+    // The server keeps every connection open otherwise, and a client asking to close waits for it.
+    for (const auto& [name, value] : request.headers())
+        if (name.compare("connection", Qt::CaseInsensitive) == 0 &&
+            value.trimmed().compare("close", Qt::CaseInsensitive) == 0)
+            socket->disconnectFromHost();
+}
+
+} // namespace brisko::daemon

@@ -1,0 +1,38 @@
+#pragma once
+// Starting the script: its own session and process group, the Documents owner's identity,
+// standard output and error into one pipe.
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+
+#include <sys/types.h>
+
+#include <vector>
+
+namespace brisko::daemon {
+
+struct LaunchSpec {
+    QByteArray program;
+    QList<QByteArray> arguments; // argv[0] included
+    QList<QByteArray> environment;
+    QByteArray workingDirectory;
+    bool changeIdentity = false; // only as root
+    uid_t uid = 0;
+    gid_t gid = 0;
+    std::vector<gid_t> groups;
+};
+
+struct LaunchedScript {
+    pid_t pid = -1; // also the process group
+    int outputFd = -1;
+    int pidFd = -1; // readable once the process has exited
+    QString error;
+};
+
+// The identity and groups of whoever owns path; false when it cannot be read.
+bool fillOwnerIdentity(const QString& path, LaunchSpec* spec);
+
+LaunchedScript launchScript(const LaunchSpec& spec);
+
+} // namespace brisko::daemon

@@ -1,0 +1,83 @@
+#include "script_run.h"
+
+#include "daemon/logging.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace brisko::daemon {
+namespace {
+
+constexpr int kReadBytes = 256 * 1024;
+constexpr int kExitPollMs = 50; // only without a pidfd
+
+} // namespace
+
+QString describeWaitStatus(int status) {
+    if (WIFEXITED(status)) return QStringLiteral("退出码 %1").arg(WEXITSTATUS(status));
+    const int sig = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+    return QStringLiteral("信号 %1 (%2)")
+        .arg(sig)
+        .arg(QString::fromLocal8Bit(sigabbrev_np(sig) ? sigabbrev_np(sig) : "?"));
+}
+
+ScriptRun::ScriptRun(LaunchedScript launched, std::unique_ptr<ScriptLog> log, std::function<void(int)> onExit)
+    : launched_(launched), log_(std::move(log)), onExit_(std::move(onExit)) {
+    thread_ = std::thread([this] { run(); });
+}
+
+ScriptRun::~ScriptRun() {
+    signalGroup(SIGKILL);
+    if (thread_.joinable()) thread_.join();
+    ::close(launched_.outputFd);
+    if (launched_.pidFd >= 0) ::close(launched_.pidFd);
+}
+
+void ScriptRun::signalGroup(int signal) const {
+    if (::kill(-launched_.pid, signal) != 0 && errno != ESRCH)
+        qCDebug(lcDaemon, "signal %d to group %d: %s", signal, int(launched_.pid), strerror(errno));
+}
+
+void ScriptRun::run() {
+    std::vector<char> buffer(kReadBytes);
+    pollfd fds[2] = {{launched_.outputFd, POLLIN, 0}, {launched_.pidFd, POLLIN, 0}};
+    int status = 0;
+    while (!waitForExit(&status)) {
+        if (poll(fds, 2, launched_.pidFd >= 0 ? -1 : kExitPollMs) < 0 && errno != EINTR) break;
+        if (!(fds[0].revents & (POLLIN | POLLHUP))) continue;
+        const ssize_t n = ::read(launched_.outputFd, buffer.data(), buffer.size());
+        if (n > 0)
+            log_->append(buffer.data(), n);
+        else if (n == 0)
+            fds[0].fd = -1; // closed by the script; keep waiting for its exit
+    }
+    // What the script's children still do dies with it; what they wrote is kept.
+    signalGroup(SIGKILL);
+    drainOutput();
+    log_->note(
+        QStringLiteral("==== 脚本结束 (pid %1，%2) ====").arg(launched_.pid).arg(describeWaitStatus(status)));
+    onExit_(status);
+}
+
+bool ScriptRun::waitForExit(int* status) {
+    pid_t done;
+    do
+        done = waitpid(launched_.pid, status, WNOHANG);
+    while (done < 0 && errno == EINTR);
+    return done == launched_.pid || (done < 0 && errno == ECHILD);
+}
+
+void ScriptRun::drainOutput() {
+    std::vector<char> buffer(kReadBytes);
+    fcntl(launched_.outputFd, F_SETFL, O_NONBLOCK);
+    ssize_t n;
+    while ((n = ::read(launched_.outputFd, buffer.data(), buffer.size())) > 0)
+        log_->append(buffer.data(), n);
+}
+
+} // namespace brisko::daemon
