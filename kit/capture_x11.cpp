@@ -118,7 +118,8 @@ bool rootResized() {
     while (usable() && XPending(s_display) > 0) {
         XEvent event;
         XNextEvent(s_display, &event);
-        if (event.type != ConfigureNotify || event.xconfigure.window != DefaultRootWindow(s_display)) continue;
+        if (event.type != ConfigureNotify || event.xconfigure.window != DefaultRootWindow(s_display))
+            continue;
         resized = resized || event.xconfigure.width != s_rootWidth || event.xconfigure.height != s_rootHeight;
         s_rootWidth = event.xconfigure.width;
         s_rootHeight = event.xconfigure.height;

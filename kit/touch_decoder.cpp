@@ -6,7 +6,8 @@
 namespace brisko {
 
 TouchDecoder::TouchDecoder(TouchAxis x, TouchAxis y, const TouchSnapshot& initial)
-    : axisX_(x), axisY_(y), landscapePanel_(isLandscapePanel(x, y)), contacts_(initial.contacts.empty() ? kFallbackSlots : initial.contacts.size()) {
+    : axisX_(x), axisY_(y), landscapePanel_(isLandscapePanel(x, y)),
+      contacts_(initial.contacts.empty() ? kFallbackSlots : initial.contacts.size()) {
     adopt(initial);
     // A finger already down when watching starts is not a new touch.
     reportedSlot_ = primarySlot();

@@ -83,7 +83,12 @@ void FbOverlayWindow::applyColors(const FbColors& colors) {
 void FbOverlayWindow::raiseIfCovered() {
     if (!covered_) return;
     covered_ = false;
-    raise();
+    // QWindow::raise leaves an override-redirect window where it is.
+    if (xcb_connection_t* connection = xcbConnection()) {
+        const uint32_t above = XCB_STACK_MODE_ABOVE;
+        xcb_configure_window(connection, xcb_window_t(winId()), XCB_CONFIG_WINDOW_STACK_MODE, &above);
+        xcb_flush(connection);
+    }
 }
 
 void FbOverlayWindow::paintEvent(QPaintEvent*) {

@@ -134,7 +134,8 @@ FbLayout _fbLayoutFor(const FbMotion& s) {
 FbColors _fbColorsFor(bool running, bool paused) {
     const QColor blue = QColor::fromRgbF(0.251f, 0.647f, 0.953f);
     FbColors colors;
-    colors.ball = running ? QColor::fromRgbF(0.298f, 0.686f, 0.314f) : QColor::fromRgbF(0.804f, 0.804f, 0.804f);
+    colors.ball =
+        running ? QColor::fromRgbF(0.298f, 0.686f, 0.314f) : QColor::fromRgbF(0.804f, 0.804f, 0.804f);
     colors.buttons[0] = QColor::fromRgbF(0.984f, 0.847f, 0.204f);
     colors.glyphs[0] = QStringLiteral("✕");
     colors.buttons[1] = paused ? blue : QColor::fromRgbF(0.749f, 0.757f, 0.753f);

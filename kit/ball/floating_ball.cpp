@@ -66,7 +66,8 @@ void show(std::function<void(const QString&)> callback) {
     s_fbUpdateRotation.store(_fbUpdateRotation);
     startTimer();
     if (_fbRemoteTouchEnabled.load()) _startTouchSocket();
-    BKKit::startTouchMonitorWithCallback([](int phase, double nx, double ny) { _fbHandleTouch(phase, nx, ny); });
+    BKKit::startTouchMonitorWithCallback(
+        [](int phase, double nx, double ny) { _fbHandleTouch(phase, nx, ny); });
 }
 
 void hide() {

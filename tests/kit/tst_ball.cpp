@@ -107,13 +107,18 @@ class BallTest : public QObject {
         QTest::addColumn<bool>("dockRight");
         QTest::addColumn<bool>("expanded");
         const double y = 0.4 * kH;
-        QTest::newRow("5-point move is a tap") << QPointF(kRight - 5, y) << QPointF(kRight, y) << true << true;
-        QTest::newRow("9.9-point move is a tap") << QPointF(kRight - 9.9, y) << QPointF(kRight, y) << true << true;
+        QTest::newRow("5-point move is a tap")
+            << QPointF(kRight - 5, y) << QPointF(kRight, y) << true << true;
+        QTest::newRow("9.9-point move is a tap")
+            << QPointF(kRight - 9.9, y) << QPointF(kRight, y) << true << true;
         QTest::newRow("drag left") << QPointF(100, y) << QPointF(kLeft, y) << false << false;
-        QTest::newRow("release at the middle docks left") << QPointF(kW / 2, y) << QPointF(kLeft, y) << false << false;
-        QTest::newRow("just right of the middle") << QPointF(kW / 2 + 1, y) << QPointF(kRight, y) << true << false;
+        QTest::newRow("release at the middle docks left")
+            << QPointF(kW / 2, y) << QPointF(kLeft, y) << false << false;
+        QTest::newRow("just right of the middle")
+            << QPointF(kW / 2 + 1, y) << QPointF(kRight, y) << true << false;
         QTest::newRow("above the top limit") << QPointF(200, 3) << QPointF(kRight, kTop) << true << false;
-        QTest::newRow("below the bottom limit") << QPointF(20, kH) << QPointF(kLeft, kBottom) << false << false;
+        QTest::newRow("below the bottom limit")
+            << QPointF(20, kH) << QPointF(kLeft, kBottom) << false << false;
         QTest::newRow("past the side") << QPointF(-50, y) << QPointF(kLeft, y) << false << false;
     }
     void dragAndRelease() {
@@ -174,14 +179,19 @@ class BallTest : public QObject {
         QTest::addColumn<bool>("runningAfter");
         QTest::addColumn<bool>("pausedAfter");
         QTest::newRow("close") << true << false << false << 40.0 << QStringList{"close"} << false << false;
-        QTest::newRow("close, docked left") << false << true << false << 40.0 << QStringList{"close"} << true << false;
-        QTest::newRow("pause when stopped") << true << false << false << 80.0 << QStringList{} << false << false;
+        QTest::newRow("close, docked left")
+            << false << true << false << 40.0 << QStringList{"close"} << true << false;
+        QTest::newRow("pause when stopped")
+            << true << false << false << 80.0 << QStringList{} << false << false;
         QTest::newRow("pause") << true << true << false << 80.0 << QStringList{"pause"} << true << true;
         QTest::newRow("resume") << true << true << true << 80.0 << QStringList{"resume"} << true << false;
         QTest::newRow("start") << true << false << false << 120.0 << QStringList{"start"} << true << false;
-        QTest::newRow("stop clears paused") << true << true << true << 120.0 << QStringList{"stop"} << false << false;
-        QTest::newRow("edge of button 2 hits") << false << false << false << 143.9 << QStringList{"start"} << true << false;
-        QTest::newRow("24 from every button") << true << true << false << 144.0 << QStringList{} << true << false;
+        QTest::newRow("stop clears paused")
+            << true << true << true << 120.0 << QStringList{"stop"} << false << false;
+        QTest::newRow("edge of button 2 hits")
+            << false << false << false << 143.9 << QStringList{"start"} << true << false;
+        QTest::newRow("24 from every button")
+            << true << true << false << 144.0 << QStringList{} << true << false;
         QTest::newRow("the ball itself") << true << true << false << 0.0 << QStringList{} << true << false;
     }
     void buttons() {
@@ -223,7 +233,8 @@ class BallTest : public QObject {
         QTest::newRow("open, right") << true << 1.0 << kRight - 136 << 152.0 << 96.0;
         QTest::newRow("open, left") << false << 1.0 << kLeft - 16 << 152.0 << 56.0;
         // Under one point of fan the root stays around the ball.
-        QTest::newRow("barely open") << true << 0.002 << kRight - 16 << 32.0 << 16.0 - 40 * _fbEaseOutCubic(0.002);
+        QTest::newRow("barely open") << true << 0.002 << kRight - 16 << 32.0
+                                     << 16.0 - 40 * _fbEaseOutCubic(0.002);
     }
     void layoutFollowsTheFan() {
         QFETCH(bool, dockRight);
@@ -268,7 +279,8 @@ class BallTest : public QObject {
         QTest::addColumn<double>("yAfter");
         QTest::newRow("top limit to landscape") << QSizeF(kW, kH) << kTop << 1 << kTop;
         QTest::newRow("bottom limit to landscape") << QSizeF(kW, kH) << kBottom << 3 << kW - 46;
-        QTest::newRow("middle to landscape") << QSizeF(kW, kH) << (kTop + kBottom) / 2 << 1 << (kTop + kW - 46) / 2;
+        QTest::newRow("middle to landscape")
+            << QSizeF(kW, kH) << (kTop + kBottom) / 2 << 1 << (kTop + kW - 46) / 2;
         QTest::newRow("upside down keeps y") << QSizeF(kW, kH) << 300.0 << 2 << 300.0;
         // Landscape 844 × 90 leaves no room between the limits: the ball goes to the middle.
         QTest::newRow("from a screen too short") << QSizeF(90, kH) << 50.0 << 0 << 66 + 0.5 * (kH - 112);
