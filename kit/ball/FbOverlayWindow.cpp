@@ -108,7 +108,7 @@ void FbOverlayWindow::paintButton(QPainter& painter, int index) {
     painter.setOpacity(layout_.buttonOpacity);
     painter.setPen(Qt::NoPen);
     painter.setBrush(colors_.buttons[size_t(index)]);
-    painter.drawEllipse(disc(centre, r));
+    painter.drawEllipse(disc(centre, r + 1)); // past the shape, so its edge shows no dark fringe
     QFont font = painter.font();
     font.setBold(true);
     font.setPixelSize(std::max(1, int(std::lround(0.7 * r))));
@@ -124,7 +124,7 @@ void FbOverlayWindow::paintBall(QPainter& painter) {
     const QPointF centre = layout_.ballCentre;
     painter.setPen(Qt::NoPen);
     painter.setBrush(colors_.ball);
-    painter.drawEllipse(disc(centre, r));
+    painter.drawEllipse(disc(centre, r + 1)); // past the shape, so its edge shows no dark fringe
     const QRectF iconRect = disc(centre, 0.8 * r);
     QPainterPath clip;
     clip.addEllipse(iconRect);
