@@ -1,6 +1,7 @@
 // Showing and hiding the ball: the overlay window, the 30-per-second tick and the touch sources.
 #include "kit/BKKit.h"
 #include "kit/ball/FbOverlayWindow.h"
+#include "kit/ball/ball_log.h"
 #include "kit/ball/ball_state.h"
 #include "kit/ball/ball_testing.h"
 #include "kit/geometry.h"
@@ -45,9 +46,13 @@ void startTimer() {
     QTimer::singleShot(0, timer, tickOnce); // the first tick comes at once
 }
 
+// A process without a GUI application (or display) keeps the ball's state and touches, unseen.
 void createWindow() {
-    auto* app = qobject_cast<QGuiApplication*>(QCoreApplication::instance());
-    auto* window = new FbOverlayWindow(app ? QGuiApplication::primaryScreen() : nullptr);
+    if (!qobject_cast<QGuiApplication*>(QCoreApplication::instance())) {
+        qCDebug(lcBall) << "no GUI application: the ball is not drawn";
+        return;
+    }
+    auto* window = new FbOverlayWindow(QGuiApplication::primaryScreen());
     s_fbWindow = window;
     _fbView = window;
 }
@@ -61,7 +66,7 @@ void show(std::function<void(const QString&)> callback) {
     createWindow();
     _fbSyncColors();
     _fbLayout();
-    s_fbWindow->show();
+    if (s_fbWindow) s_fbWindow->show();
     _fbActive = true;
     s_fbUpdateRotation.store(_fbUpdateRotation);
     startTimer();
