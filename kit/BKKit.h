@@ -1,6 +1,6 @@
 #pragma once
 // BKKit: the device kit of the automation runtime. Class methods only; each lives in the
-// kit source file of its service (geometry, capture, touch_monitor, touch_socket, spawn).
+// kit source file of its service (geometry, capture, touch_monitor, touch_socket, spawn, ball/).
 
 #include <QImage>
 #include <QString>
@@ -29,6 +29,16 @@ class BKKit {
     static void startTouchMonitorWithCallback(BKTouchCallback callback);
     static void stopTouchMonitor();
     static void setFloatingBallRemoteTouchEnabled(bool enabled);
+
+    // The floating ball above all windows (kit/ball). Show runs on the main thread and waits for
+    // it; a second show keeps the first callback. The callback receives "close", "pause",
+    // "resume", "start" or "stop" on the main thread. The setters may be called from any thread.
+    static void showFloatingBallWithCallback(std::function<void(const QString&)> callback);
+    static void hideFloatingBall();
+    static void setFloatingBallPosition(int32_t side, double y); // side 0 left, else right
+    static void setFloatingBallRunning(bool running);
+    static void setFloatingBallPaused(bool paused);
+    static bool isFloatingBallShown();
 
     // Starts path as the superuser in a new session with an empty environment; child pid or -1.
     static int32_t spawnAsRoot(const QString& path);

@@ -62,7 +62,7 @@ const uint8_t* BKKit::captureScreenRaw(int32_t* width, int32_t* height, int32_t*
     BKScreenshotSurface* surface = _ensureScreenshotSurface();
     if (!surface || !_bkRenderDisplay(surface)) return nullptr;
     const BKScreenshotSurface& frame = *surface;
-    const int32_t quad = _currentCaptureRotationQuad();
+    const int32_t quad = _bkFrameRotationQuad();
     FrameShape shape{};
     if (quad != 0) {
         if (const uint8_t* rotated = rotatedFrame(frame, quad, &shape))

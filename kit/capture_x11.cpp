@@ -25,6 +25,8 @@ std::atomic<int> s_displayErrors{0};
 XErrorHandler s_previousErrorHandler = nullptr;
 XIOErrorHandler s_previousIOErrorHandler = nullptr;
 int s_originX = 0, s_originY = 0;
+// The root window's size as the server last announced it; RandR changes it under us.
+int s_rootWidth = 0, s_rootHeight = 0;
 
 struct ShmFrame {
     XImage* image = nullptr;
@@ -63,6 +65,8 @@ bool isBgrx(const XImage* image) {
 }
 
 void destroyFrame(ShmFrame* frame) {
+    if (frame->segment.shmaddr && frame->segment.shmaddr != reinterpret_cast<char*>(-1) && usable())
+        XShmDetach(s_display, &frame->segment);
     if (frame->segment.shmaddr && frame->segment.shmaddr != reinterpret_cast<char*>(-1))
         shmdt(frame->segment.shmaddr);
     if (frame->image) {
@@ -108,6 +112,30 @@ bool isFrameSize(double width, double height) {
     return width >= 1 && height >= 1 && width <= 32767 && height <= 32767;
 }
 
+// Drains the connection's queue; true when the root window changed size since the last call.
+bool rootResized() {
+    bool resized = false;
+    while (usable() && XPending(s_display) > 0) {
+        XEvent event;
+        XNextEvent(s_display, &event);
+        if (event.type != ConfigureNotify || event.xconfigure.window != DefaultRootWindow(s_display))
+            continue;
+        resized = resized || event.xconfigure.width != s_rootWidth || event.xconfigure.height != s_rootHeight;
+        s_rootWidth = event.xconfigure.width;
+        s_rootHeight = event.xconfigure.height;
+    }
+    return resized;
+}
+
+// The server hands out the root upright in its current rotation: the frame takes the root's
+// shape, no larger than the screen it started as.
+QSizeF frameSize() {
+    QSizeF native = s_captureNativeSize;
+    if ((native.width() > native.height()) != (s_rootWidth > s_rootHeight)) native.transpose();
+    return QSizeF(std::min(native.width(), double(s_rootWidth - s_originX)),
+                  std::min(native.height(), double(s_rootHeight - s_originY)));
+}
+
 } // namespace
 
 void _bkCaptureInitialize(const QScreen* screen) {
@@ -123,22 +151,25 @@ void _bkCaptureInitialize(const QScreen* screen) {
         return;
     }
     XSetIOErrorExitHandler(display, onConnectionLost, nullptr);
+    XSelectInput(display, DefaultRootWindow(display), StructureNotifyMask);
+    s_rootWidth = DisplayWidth(display, DefaultScreen(display));
+    s_rootHeight = DisplayHeight(display, DefaultScreen(display));
     s_display = display;
     s_previousErrorHandler = XSetErrorHandler(onXError);
     s_previousIOErrorHandler = XSetIOErrorHandler(onIOError);
 }
 
 BKScreenshotSurface* _ensureScreenshotSurface() {
+    if (rootResized() && s_screenshotSurface) {
+        destroyFrame(s_screenshotSurface);
+        s_screenshotSurface = nullptr;
+    }
     if (s_screenshotSurface) return &s_screenshotSurface->surface;
     if (!usable()) return nullptr;
     // Fractional scales can round the size a pixel past the screen, which X would refuse.
-    const int screen = DefaultScreen(s_display);
-    const double width =
-        std::min(s_captureNativeSize.width(), double(DisplayWidth(s_display, screen) - s_originX));
-    const double height =
-        std::min(s_captureNativeSize.height(), double(DisplayHeight(s_display, screen) - s_originY));
-    if (!isFrameSize(width, height)) return nullptr;
-    s_screenshotSurface = createFrame(int32_t(width), int32_t(height));
+    const QSizeF size = frameSize();
+    if (!isFrameSize(size.width(), size.height())) return nullptr;
+    s_screenshotSurface = createFrame(int32_t(size.width()), int32_t(size.height()));
     return s_screenshotSurface ? &s_screenshotSurface->surface : nullptr;
 }
 

@@ -26,6 +26,9 @@ extern std::atomic<void (*)()> s_fbUpdateRotation;
 int32_t _rotationForOrientation(int64_t orientation);
 int32_t _currentLogicalRotationQuad();
 int32_t _currentCaptureRotationQuad();
+// The turn a captured frame still needs. A display that reports its own rotation has already
+// turned the frame it hands out, so only a rotation set from elsewhere is applied here.
+int32_t _bkFrameRotationQuad();
 QString _bkCurrentDeviceModel();
 
 // Logical points of the current orientation <-> 0..1 of the native portrait panel.

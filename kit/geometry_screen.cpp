@@ -117,6 +117,11 @@ int32_t _currentLogicalRotationQuad() {
     return quad;
 }
 
+int32_t _bkFrameRotationQuad() {
+    const int32_t quad = _currentCaptureRotationQuad();
+    return s_hasOrientationObserver.load() ? 0 : quad;
+}
+
 void _bkSetScreenForTesting(QSizeF pointSize, double scale, int32_t quad) {
     BKKit::initialize();
     s_hasOrientationObserver.store(false);

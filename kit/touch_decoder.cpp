@@ -1,11 +1,13 @@
 #include "kit/touch_decoder.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace brisko {
 
 TouchDecoder::TouchDecoder(TouchAxis x, TouchAxis y, const TouchSnapshot& initial)
-    : axisX_(x), axisY_(y), contacts_(initial.contacts.empty() ? kFallbackSlots : initial.contacts.size()) {
+    : axisX_(x), axisY_(y), landscapePanel_(isLandscapePanel(x, y)),
+      contacts_(initial.contacts.empty() ? kFallbackSlots : initial.contacts.size()) {
     adopt(initial);
     // A finger already down when watching starts is not a new touch.
     reportedSlot_ = primarySlot();
@@ -108,7 +110,18 @@ TouchReport TouchDecoder::reportFor(int phase, int slot) const {
         x = contacts_[size_t(slot)].x;
         y = contacts_[size_t(slot)].y;
     }
-    return {phase, normalise(x, axisX_), normalise(y, axisY_)};
+    const double u = normalise(x, axisX_), v = normalise(y, axisY_);
+    // A wide panel at rest is the portrait panel on its side (rotation 3): turn its axes back.
+    if (landscapePanel_) return {phase, 1 - v, u};
+    return {phase, u, v};
+}
+
+bool TouchDecoder::isLandscapePanel(TouchAxis x, TouchAxis y) {
+    const auto extent = [](TouchAxis axis) {
+        const double span = std::abs(double(axis.maximum) - double(axis.minimum));
+        return axis.resolution > 0 ? span / axis.resolution : span;
+    };
+    return extent(x) > extent(y);
 }
 
 void TouchDecoder::adopt(const TouchSnapshot& snapshot) {

@@ -1,6 +1,7 @@
 #pragma once
 // Turns a touchscreen's evdev stream (multi-touch slots) into the kit's touch phases:
-// one report per frame, carrying the primary contact's position in 0..1 of the panel.
+// one report per frame, carrying the primary contact's position in 0..1 of the panel in its
+// portrait form, whatever shape the digitizer reports.
 
 #include <linux/input.h>
 
@@ -13,6 +14,7 @@ namespace brisko {
 struct TouchAxis {
     int32_t minimum = 0;
     int32_t maximum = 0;
+    int32_t resolution = 0; // units per millimetre; 0 when the device does not say
 };
 
 struct TouchSlot {
@@ -46,6 +48,8 @@ class TouchDecoder {
     std::optional<TouchReport> resync(const TouchSnapshot& snapshot);
 
     static double normalise(int32_t value, TouchAxis axis);
+    // Wider than tall, by physical size where the device gives its resolution.
+    static bool isLandscapePanel(TouchAxis x, TouchAxis y);
 
   private:
     struct Contact : TouchSlot {
@@ -62,6 +66,7 @@ class TouchDecoder {
 
     TouchAxis axisX_;
     TouchAxis axisY_;
+    bool landscapePanel_;
     std::vector<Contact> contacts_;
     int32_t currentSlot_ = 0;
     uint64_t nextOrder_ = 1;

@@ -44,7 +44,7 @@ bool isTouchscreen(libevdev* dev) {
 
 TouchAxis axisOf(libevdev* dev, unsigned code) {
     const input_absinfo* info = libevdev_get_abs_info(dev, code);
-    return {info->minimum, info->maximum};
+    return {info->minimum, info->maximum, info->resolution};
 }
 
 } // namespace

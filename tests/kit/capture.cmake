@@ -7,3 +7,5 @@ brisko_add_test_helper(kit_capture_probe ${CMAKE_CURRENT_LIST_DIR}/kit_capture_p
 target_link_libraries(kit_capture_probe PRIVATE kit)
 brisko_add_test(tst_kit_capture_degraded SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_capture_degraded.cpp TIMEOUT 60)
 add_dependencies(tst_kit_capture_degraded kit_capture_probe)
+# Capture across RandR size changes, on a nested server that can change size.
+brisko_add_test(tst_kit_capture_randr SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_capture_randr.cpp LIBS kit X11::X11)

@@ -1,3 +1,5 @@
+#include "kit/geometry.h"
+#include "kit/geometry_testing.h"
 #include "kit/touch_decoder.h"
 
 #include <QtTest>
@@ -109,6 +111,47 @@ class TouchDecoderTest : public QObject {
         QFETCH(int, maximum);
         QFETCH(double, expected);
         QVERIFY(qAbs(TouchDecoder::normalise(value, {minimum, maximum}) - expected) < 1e-9);
+    }
+
+    // A finger on a physical corner lands on the same logical point whatever the digitizer's
+    // shape: positions leave the decoder in the portrait frame the geometry maps from. A
+    // landscape panel at rest is what the kit calls quad 3.
+    void panelCornersInEveryRotation_data() {
+        QTest::addColumn<bool>("landscapePanel");
+        QTest::addColumn<int>("quad");
+        QTest::addColumn<QPoint>("raw");
+        QTest::addColumn<QPointF>("logical");
+        const QPoint topLeft(0, 0), topRight(1919, 0);
+        QTest::newRow("landscape at rest, top left") << true << 3 << topLeft << QPointF(0, 0);
+        QTest::newRow("landscape at rest, top right") << true << 3 << topRight << QPointF(1920, 0);
+        QTest::newRow("landscape turned over") << true << 1 << topLeft << QPointF(1920, 1080);
+        QTest::newRow("landscape stood up") << true << 0 << topLeft << QPointF(1080, 0);
+        QTest::newRow("landscape stood up the other way") << true << 2 << topLeft << QPointF(0, 1920);
+        QTest::newRow("portrait at rest") << false << 0 << QPoint(0, 0) << QPointF(0, 0);
+        QTest::newRow("portrait on its side") << false << 3 << QPoint(1079, 0) << QPointF(0, 0);
+        QTest::newRow("resolution decides the shape") << true << 3 << topRight << QPointF(1920, 0);
+    }
+    void panelCornersInEveryRotation() {
+        QFETCH(bool, landscapePanel);
+        QFETCH(int, quad);
+        QFETCH(QPoint, raw);
+        QFETCH(QPointF, logical);
+        _bkSetScreenForTesting(QSizeF(1080, 1920), 1, quad);
+        TouchAxis x{0, landscapePanel ? 1919 : 1079}, y{0, landscapePanel ? 1079 : 1919};
+        if (QByteArray(QTest::currentDataTag()).startsWith("resolution")) {
+            // Equal spans, but 5 units/mm across against 20 down: 384 mm wide, 96 mm tall.
+            x = {0, 1919, 5};
+            y = {0, 1919, 20};
+            raw = QPoint(1919, 0);
+        }
+        TouchDecoder decoder(x, y, {0, std::vector<TouchSlot>(4)});
+        std::optional<TouchReport> report;
+        for (const input_event& e : down(0, 1, raw.x(), raw.y()))
+            if (auto r = decoder.feed(e)) report = r;
+        QVERIFY(report);
+        double lx = -1, ly = -1;
+        _physNormToLogical(&lx, &ly, report->x, report->y);
+        QCOMPARE(QPointF(lx, ly), logical);
     }
 };
 

@@ -1,0 +1,348 @@
+// The ball's gestures, animation and layout, driven through the touch handler and stepped ticks.
+#include "kit/BKKit.h"
+#include "kit/ball/ball_state.h"
+#include "kit/ball/ball_testing.h"
+#include "kit/geometry.h"
+#include "kit/geometry_testing.h"
+
+#include <QtTest>
+
+#include <thread>
+
+using namespace brisko;
+
+namespace {
+
+constexpr double kW = 390, kH = 844;
+constexpr double kRight = 381, kLeft = 9, kTop = 66, kBottom = kH - 46;
+
+void touch(int phase, QPointF at) {
+    double nx = 0, ny = 0;
+    QVERIFY(_logicalToPhysNorm(&nx, &ny, at.x(), at.y()));
+    _fbHandleTouch(phase, nx, ny);
+}
+
+void ticks(int n) {
+    for (int i = 0; i < n; ++i)
+        _fbTick();
+}
+
+QPointF ball() {
+    return QPointF(_fb.x, _fb.y);
+}
+
+void tap() {
+    const QPointF at = ball();
+    touch(0, at);
+    touch(2, at);
+}
+
+void openFan() {
+    tap();
+    ticks(13);
+}
+
+} // namespace
+
+class BallTest : public QObject {
+    Q_OBJECT
+    QStringList words_;
+
+    void showBall() {
+        BKKit::showFloatingBallWithCallback([this](const QString& word) { words_ << word; });
+    }
+
+  private slots:
+    void initTestCase() {
+        _fbUseManualTickForTesting(true);
+        BKKit::hideFloatingBall(); // without a show: nothing happens
+        QVERIFY(!BKKit::isFloatingBallShown());
+    }
+
+    void init() {
+        _bkSetScreenForTesting(QSizeF(kW, kH), 2, 0);
+        words_.clear();
+        showBall();
+    }
+
+    void cleanup() { BKKit::hideFloatingBall(); }
+
+    void showDocksRightAtFortyPercent() {
+        QCOMPARE(ball(), QPointF(kRight, 0.4 * kH));
+        QVERIFY(_fb.dockRight);
+        const FbLayout layout = _fbLayoutFor(_fb);
+        QCOMPARE(layout.root, QRectF(kRight - 16, 0.4 * kH - 16, 32, 32));
+        QCOMPARE(layout.ballOpacity, double(0.7f));
+    }
+
+    void secondShowKeepsFirstCallbackAndState() {
+        _fb.running = true;
+        BKKit::showFloatingBallWithCallback([](const QString&) { QFAIL("the second callback was kept"); });
+        QVERIFY(_fb.running);
+        openFan();
+        touch(0, ball() - QPointF(40, 0));
+        QCOMPARE(words_, QStringList{"close"});
+    }
+
+    void grabDistance_data() {
+        QTest::addColumn<QPointF>("offset");
+        QTest::addColumn<bool>("grabbed");
+        QTest::newRow("27 left") << QPointF(-27, 0) << true;
+        QTest::newRow("28 left") << QPointF(-28, 0) << false;
+        QTest::newRow("27 up") << QPointF(0, -27) << true;
+        QTest::newRow("diagonal 19,19") << QPointF(-19, 19) << true;
+        QTest::newRow("diagonal 20,20") << QPointF(-20, 20) << false;
+    }
+    void grabDistance() {
+        QFETCH(QPointF, offset);
+        QFETCH(bool, grabbed);
+        touch(0, ball() + offset);
+        QCOMPARE(_fb.dragging, grabbed);
+    }
+
+    // Grab at the centre, move to `to`, release there, then run the animation out.
+    void dragAndRelease_data() {
+        QTest::addColumn<QPointF>("to");
+        QTest::addColumn<QPointF>("settled");
+        QTest::addColumn<bool>("dockRight");
+        QTest::addColumn<bool>("expanded");
+        const double y = 0.4 * kH;
+        QTest::newRow("5-point move is a tap")
+            << QPointF(kRight - 5, y) << QPointF(kRight, y) << true << true;
+        QTest::newRow("9.9-point move is a tap")
+            << QPointF(kRight - 9.9, y) << QPointF(kRight, y) << true << true;
+        QTest::newRow("drag left") << QPointF(100, y) << QPointF(kLeft, y) << false << false;
+        QTest::newRow("release at the middle docks left")
+            << QPointF(kW / 2, y) << QPointF(kLeft, y) << false << false;
+        QTest::newRow("just right of the middle")
+            << QPointF(kW / 2 + 1, y) << QPointF(kRight, y) << true << false;
+        QTest::newRow("above the top limit") << QPointF(200, 3) << QPointF(kRight, kTop) << true << false;
+        QTest::newRow("below the bottom limit")
+            << QPointF(20, kH) << QPointF(kLeft, kBottom) << false << false;
+        QTest::newRow("past the side") << QPointF(-50, y) << QPointF(kLeft, y) << false << false;
+    }
+    void dragAndRelease() {
+        QFETCH(QPointF, to);
+        QFETCH(QPointF, settled);
+        QFETCH(bool, dockRight);
+        QFETCH(bool, expanded);
+        touch(0, ball());
+        touch(1, to);
+        QVERIFY(_fb.x >= kLeft && _fb.x <= kRight && _fb.y >= kTop && _fb.y <= kBottom);
+        touch(2, to);
+        QVERIFY(!_fb.dragging);
+        ticks(17);
+        QCOMPARE(ball(), settled);
+        QCOMPARE(_fb.dockRight, dockRight);
+        QCOMPARE(_fb.expanded, expanded);
+        QVERIFY(!_fb.snapping);
+    }
+
+    // The number of ticks each animation takes: still running one tick before, done on the last.
+    void animationLengths_data() {
+        QTest::addColumn<QString>("animation");
+        QTest::addColumn<int>("length");
+        QTest::newRow("snap with bounce") << "snap" << 17;
+        QTest::newRow("fan opens") << "open" << 13;
+        QTest::newRow("fan closes") << "close" << 11;
+    }
+    void animationLengths() {
+        QFETCH(QString, animation);
+        QFETCH(int, length);
+        if (animation == "close") openFan();
+        const auto start = [&] {
+            if (animation == "snap") {
+                touch(0, ball());
+                touch(1, QPointF(100, 300));
+                touch(2, QPointF(100, 300));
+            } else {
+                tap();
+            }
+        };
+        start();
+        const auto done = [&] {
+            if (animation == "snap") return !_fb.snapping && _fb.x == kLeft;
+            return _fb.expandProgress == (animation == "open" ? 1.0 : 0.0);
+        };
+        ticks(length - 1);
+        QVERIFY(!done());
+        ticks(1);
+        QVERIFY(done());
+    }
+
+    void buttons_data() {
+        QTest::addColumn<bool>("dockRight");
+        QTest::addColumn<bool>("running");
+        QTest::addColumn<bool>("paused");
+        QTest::addColumn<double>("distance"); // from the ball centre, towards the middle
+        QTest::addColumn<QStringList>("words");
+        QTest::addColumn<bool>("runningAfter");
+        QTest::addColumn<bool>("pausedAfter");
+        QTest::newRow("close") << true << false << false << 40.0 << QStringList{"close"} << false << false;
+        QTest::newRow("close, docked left")
+            << false << true << false << 40.0 << QStringList{"close"} << true << false;
+        QTest::newRow("pause when stopped")
+            << true << false << false << 80.0 << QStringList{} << false << false;
+        QTest::newRow("pause") << true << true << false << 80.0 << QStringList{"pause"} << true << true;
+        QTest::newRow("resume") << true << true << true << 80.0 << QStringList{"resume"} << true << false;
+        QTest::newRow("start") << true << false << false << 120.0 << QStringList{"start"} << true << false;
+        QTest::newRow("stop clears paused")
+            << true << true << true << 120.0 << QStringList{"stop"} << false << false;
+        QTest::newRow("edge of button 2 hits")
+            << false << false << false << 143.9 << QStringList{"start"} << true << false;
+        QTest::newRow("24 from every button")
+            << true << true << false << 144.0 << QStringList{} << true << false;
+        QTest::newRow("the ball itself") << true << true << false << 0.0 << QStringList{} << true << false;
+    }
+    void buttons() {
+        QFETCH(bool, dockRight);
+        QFETCH(bool, running);
+        QFETCH(bool, paused);
+        QFETCH(double, distance);
+        QFETCH(QStringList, words);
+        if (!dockRight) BKKit::setFloatingBallPosition(0, 400);
+        QTRY_COMPARE(_fb.dockRight, dockRight);
+        _fb.running = running;
+        _fb.paused = paused;
+        openFan();
+        touch(0, ball() + QPointF(dockRight ? -distance : distance, 0));
+        QCOMPARE(words_, words);
+        QFETCH(bool, runningAfter);
+        QFETCH(bool, pausedAfter);
+        QCOMPARE(bool(_fb.running), runningAfter);
+        QCOMPARE(bool(_fb.paused), pausedAfter);
+        QVERIFY(!_fb.expanded);
+        QVERIFY(!_fb.dragging);
+    }
+
+    void halfOpenFanLetsTheBallBeGrabbed() {
+        tap();
+        ticks(6); // progress 0.48
+        touch(0, ball());
+        QVERIFY(_fb.dragging);
+        QVERIFY(_fb.expanded);
+    }
+
+    void layoutFollowsTheFan_data() {
+        QTest::addColumn<bool>("dockRight");
+        QTest::addColumn<double>("progress");
+        QTest::addColumn<double>("left");
+        QTest::addColumn<double>("width");
+        QTest::addColumn<double>("button0");
+        QTest::newRow("closed") << true << 0.0 << kRight - 16 << 32.0 << 16.0;
+        QTest::newRow("open, right") << true << 1.0 << kRight - 136 << 152.0 << 96.0;
+        QTest::newRow("open, left") << false << 1.0 << kLeft - 16 << 152.0 << 56.0;
+        // Under one point of fan the root stays around the ball.
+        QTest::newRow("barely open") << true << 0.002 << kRight - 16 << 32.0
+                                     << 16.0 - 40 * _fbEaseOutCubic(0.002);
+    }
+    void layoutFollowsTheFan() {
+        QFETCH(bool, dockRight);
+        QFETCH(double, progress);
+        _fbDock(dockRight);
+        _fb.expandProgress = progress;
+        QFETCH(double, left);
+        QFETCH(double, width);
+        QFETCH(double, button0);
+        const FbLayout layout = _fbLayoutFor(_fb);
+        QCOMPARE(layout.root.left(), left);
+        QCOMPARE(layout.root.width(), width);
+        QCOMPARE(layout.root.height(), 32.0);
+        QCOMPARE(layout.buttonCentres[0].x(), button0);
+        QCOMPARE(layout.root.left() + layout.ballCentre.x(), _fb.x);
+    }
+
+    void easings_data() {
+        QTest::addColumn<bool>("bounce");
+        QTest::addColumn<double>("t");
+        QTest::addColumn<double>("eased");
+        QTest::newRow("bounce 0") << true << 0.0 << 0.0;
+        QTest::newRow("bounce 1") << true << 1.0 << 1.0;
+        QTest::newRow("bounce at 1/2.75 takes the second arc") << true << 1 / 2.75 << 1.0;
+        QTest::newRow("bounce 0.5") << true << 0.5 << 0.765625;
+        QTest::newRow("cubic 0.8") << false << 0.8 << 0.992;
+        QTest::newRow("cubic 0") << false << 0.0 << 0.0;
+    }
+    void easings() {
+        QFETCH(bool, bounce);
+        QFETCH(double, t);
+        QFETCH(double, eased);
+        const double actual = bounce ? _fbEaseOutBounce(t) : _fbEaseOutCubic(t);
+        QVERIFY2(qAbs(actual - eased) < 1e-12, qPrintable(QString::number(actual, 'g', 17)));
+    }
+
+    // From portrait 390 × 844 at y to the quad's frame: the side stays, the relative height stays.
+    void rotation_data() {
+        QTest::addColumn<QSizeF>("portrait");
+        QTest::addColumn<double>("y");
+        QTest::addColumn<int>("quad");
+        QTest::addColumn<double>("yAfter");
+        QTest::newRow("top limit to landscape") << QSizeF(kW, kH) << kTop << 1 << kTop;
+        QTest::newRow("bottom limit to landscape") << QSizeF(kW, kH) << kBottom << 3 << kW - 46;
+        QTest::newRow("middle to landscape")
+            << QSizeF(kW, kH) << (kTop + kBottom) / 2 << 1 << (kTop + kW - 46) / 2;
+        QTest::newRow("upside down keeps y") << QSizeF(kW, kH) << 300.0 << 2 << 300.0;
+        // Landscape 844 × 90 leaves no room between the limits: the ball goes to the middle.
+        QTest::newRow("from a screen too short") << QSizeF(90, kH) << 50.0 << 0 << 66 + 0.5 * (kH - 112);
+    }
+    void rotation() {
+        QFETCH(QSizeF, portrait);
+        QFETCH(double, y);
+        QFETCH(int, quad);
+        cleanup();
+        _bkSetScreenForTesting(portrait, 2, quad == 0 ? 1 : 0);
+        showBall();
+        BKKit::setFloatingBallPosition(0, y);
+        QTRY_VERIFY(!_fb.dockRight);
+        tap();
+        ticks(5);
+        _bkSetScreenForTesting(portrait, 2, quad);
+        _fbUpdateRotation();
+        const bool sideways = quad % 2 != 0;
+        QCOMPARE(_fb.screenW, sideways ? portrait.height() : portrait.width());
+        QFETCH(double, yAfter);
+        QCOMPARE(ball(), QPointF(kLeft, yAfter));
+        QVERIFY(!_fb.expanded);
+        QCOMPARE(_fb.expandProgress, 0.0);
+    }
+
+    void positionIsTakenUnclamped() {
+        BKKit::setFloatingBallPosition(0, 20);
+        QTRY_COMPARE(ball(), QPointF(kLeft, 20));
+        BKKit::setFloatingBallPosition(7, 900);
+        QTRY_COMPARE(ball(), QPointF(kRight, 900));
+    }
+
+    void settersFromAnotherThread() {
+        BKKit::setFloatingBallPaused(true);
+        std::thread([] { BKKit::setFloatingBallRunning(false); }).join();
+        QVERIFY(!_fb.paused);
+        BKKit::hideFloatingBall();
+        showBall();
+        QVERIFY(!_fb.running && !_fb.paused); // a show starts from a clean state
+    }
+
+    void touchesWhileHiddenAreIgnored() {
+        const QPointF at = ball();
+        BKKit::hideFloatingBall();
+        touch(0, at);
+        QVERIFY(!_fb.dragging);
+    }
+
+    // The mouse drives the ball like a finger.
+    void mouseTapOpensTheFan() {
+        QWindow* window = _fbWindowForTesting();
+        QVERIFY(window);
+        const QPoint centre(16, 16);
+        QTest::mousePress(window, Qt::LeftButton, {}, centre);
+        QTest::mouseRelease(window, Qt::LeftButton, {}, centre);
+        QVERIFY(_fb.expanded);
+    }
+};
+
+int main(int argc, char** argv) {
+    QGuiApplication app(argc, argv);
+    BallTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "tst_ball.moc"
