@@ -9,7 +9,7 @@
 
 namespace brisko {
 
-class FBFileBrowserViewController : public ui::ViewController {
+class FBFileBrowserViewController : public brisko::ui::ViewController {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Pushed by the screen that opens a folder")

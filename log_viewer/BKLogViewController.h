@@ -10,7 +10,7 @@
 
 namespace brisko {
 
-class BKLogViewController : public ui::ViewController {
+class BKLogViewController : public brisko::ui::ViewController {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Pushed by the main screen")

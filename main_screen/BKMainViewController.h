@@ -11,7 +11,7 @@
 
 namespace brisko {
 
-class BKMainViewController : public ui::ViewController, public BKWebUIDelegate {
+class BKMainViewController : public brisko::ui::ViewController, public BKWebUIDelegate {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Made by the launch")

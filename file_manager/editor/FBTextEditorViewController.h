@@ -9,7 +9,7 @@
 
 namespace brisko {
 
-class FBTextEditorViewController : public ui::ViewController {
+class FBTextEditorViewController : public brisko::ui::ViewController {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Pushed by the file browser")

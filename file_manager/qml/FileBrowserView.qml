@@ -11,25 +11,113 @@ Rectangle {
     required property FBFileBrowserViewController controller
     color: SystemColors.systemGroupedBackground
 
+    // A row's face: icon or thumbnail, name, detail, disclosure and separator.
+    component RowContent: Item {
+        id: content
+        required property var modelData
+        property bool isLast: false
+        property color rowColor: "white"
+
+        Item {
+            id: iconBox
+            x: 16
+            width: 52
+            height: parent.height
+            SymbolImage {
+                anchors.centerIn: parent
+                width: 26
+                height: 26
+                visible: thumbnail.status !== Image.Ready
+                name: content.modelData.symbol
+                pointSize: 20
+                tint: SystemColors.named(content.modelData.tint)
+            }
+            Image {
+                id: thumbnail
+                objectName: "thumbnail"
+                anchors.centerIn: parent
+                width: 52
+                height: 52
+                source: content.modelData.thumbnail
+                asynchronous: true
+                cache: false
+                fillMode: Image.PreserveAspectFit
+                sourceSize.width: 112
+                sourceSize.height: 112
+            }
+            Rectangle {
+                // 6-point corners: a ring in the row's colour covers the image's corners.
+                readonly property real ring: 4
+                anchors.centerIn: parent
+                visible: thumbnail.status === Image.Ready
+                width: thumbnail.paintedWidth + 2 * ring
+                height: thumbnail.paintedHeight + 2 * ring
+                radius: 6 + ring
+                color: "transparent"
+                border.width: ring
+                border.color: content.rowColor
+            }
+        }
+        Column {
+            x: iconBox.x + iconBox.width + 12
+            width: parent.width - x - (content.modelData.isDir ? 40 : 16)
+            anchors.verticalCenter: parent.verticalCenter
+            spacing: 3
+            Text {
+                width: parent.width
+                elide: Text.ElideMiddle
+                maximumLineCount: 1
+                text: content.modelData.name.replace(/\n/g, "\u21B5")
+                font.pixelSize: 17
+                color: SystemColors.label
+            }
+            Text {
+                width: parent.width
+                elide: Text.ElideRight
+                text: content.modelData.detail
+                font.pixelSize: 12
+                color: SystemColors.secondaryLabel
+            }
+        }
+        SymbolImage {
+            visible: content.modelData.isDir
+            anchors.right: parent.right
+            anchors.rightMargin: 16
+            anchors.verticalCenter: parent.verticalCenter
+            name: "chevron.right"
+            pointSize: 15
+            tint: "#C4C4C7"
+        }
+        Rectangle {
+            visible: !content.isLast
+            x: iconBox.x + iconBox.width + 12
+            width: parent.width - x
+            height: 0.5
+            anchors.bottom: parent.bottom
+            color: SystemColors.separator
+        }
+    }
+
     component FileRow: SwipeDelegate {
         id: row
         required property var modelData
         required property int index
-        property bool isLast: false
-        property bool selected: false
+        readonly property bool isLast: ListView.view ? index === ListView.view.count - 1 : false
+        readonly property bool selected: ListView.isCurrentItem
         signal tapped()
         signal renameTapped()
         signal deleteTapped()
         signal contextMenuRequested(real x, real y)
 
+        readonly property color rowColor: pressed ? "#D1D1D6"
+                                          : selected ? "#E5E5EA" : SystemColors.secondarySystemGroupedBackground
         x: 16
         width: ListView.view ? ListView.view.width - 32 : 0
         height: 60
         padding: 0
 
         background: Rectangle {
-            id: rowBackground
-            color: row.pressed ? "#D1D1D6" : row.selected ? "#E5E5EA" : SystemColors.secondarySystemGroupedBackground
+            color: row.rowColor
             radius: row.index === 0 || row.isLast ? 10 : 0
             // Square off the corners that meet a neighbouring row.
             Rectangle {
@@ -41,84 +129,10 @@ Rectangle {
             }
         }
 
-        contentItem: Item {
-            Item {
-                id: iconBox
-                x: 16
-                width: 52
-                height: parent.height
-                SymbolImage {
-                    anchors.centerIn: parent
-                    width: 26
-                    height: 26
-                    visible: thumbnail.status !== Image.Ready
-                    name: row.modelData.symbol
-                    pointSize: 20
-                    tint: SystemColors.named(row.modelData.tint)
-                }
-                Image {
-                    id: thumbnail
-                    objectName: "thumbnail"
-                    anchors.centerIn: parent
-                    width: 52
-                    height: 52
-                    source: row.modelData.thumbnail
-                    asynchronous: true
-                    cache: false
-                    fillMode: Image.PreserveAspectFit
-                    sourceSize: Qt.size(112, 112)
-                }
-                Rectangle {
-                    // 6-point corners: a ring in the row's colour covers the image's corners.
-                    readonly property real ring: 4
-                    anchors.centerIn: parent
-                    visible: thumbnail.status === Image.Ready
-                    width: thumbnail.paintedWidth + 2 * ring
-                    height: thumbnail.paintedHeight + 2 * ring
-                    radius: 6 + ring
-                    color: "transparent"
-                    border.width: ring
-                    border.color: rowBackground.color
-                }
-            }
-            Column {
-                x: iconBox.x + iconBox.width + 12
-                width: parent.width - x - (row.modelData.isDir ? 40 : 16)
-                anchors.verticalCenter: parent.verticalCenter
-                spacing: 3
-                Text {
-                    width: parent.width
-                    elide: Text.ElideMiddle
-                    maximumLineCount: 1
-                    text: row.modelData.name.replace(/\n/g, "\u21B5")
-                    font.pixelSize: 17
-                    color: SystemColors.label
-                }
-                Text {
-                    width: parent.width
-                    elide: Text.ElideRight
-                    text: row.modelData.detail
-                    font.pixelSize: 12
-                    color: SystemColors.secondaryLabel
-                }
-            }
-            SymbolImage {
-                visible: row.modelData.isDir
-                anchors.right: parent.right
-                anchors.rightMargin: 16
-                anchors.verticalCenter: parent.verticalCenter
-                name: "chevron.right"
-                pointSize: 15
-                tint: "#C4C4C7"
-            }
-            Rectangle {
-                visible: !row.isLast
-                x: iconBox.x + iconBox.width + 12
-                width: parent.width - x
-                height: 0.5
-                anchors.bottom: parent.bottom
-                color: SystemColors.separator
-            }
+        contentItem: RowContent {
+            modelData: row.modelData
+            isLast: row.isLast
+            rowColor: row.rowColor
         }
 
         swipe.right: Row {
@@ -138,8 +152,8 @@ Rectangle {
                 MouseArea {
                     anchors.fill: parent
                     onClicked: {
-                        row.swipe.close()
-                        row.renameTapped()
+                        row.swipe.close() // qmllint disable unqualified
+                        row.renameTapped() // qmllint disable unqualified
                     }
                 }
             }
@@ -157,8 +171,8 @@ Rectangle {
                 MouseArea {
                     anchors.fill: parent
                     onClicked: {
-                        row.swipe.close()
-                        row.deleteTapped()
+                        row.swipe.close() // qmllint disable unqualified
+                        row.deleteTapped() // qmllint disable unqualified
                     }
                 }
             }
@@ -178,41 +192,45 @@ Rectangle {
         topMargin: 18
         bottomMargin: 18
         model: root.controller.rows
-        // The row Delete and F2 act on; the list's own current item would follow every reload.
-        property int selectedRow: -1
+        // The row Delete and F2 act on: only a tapped row, never one a reload lands on.
+        currentIndex: -1
+        highlightFollowsCurrentItem: false
         focus: true
         reuseItems: true
         boundsBehavior: Flickable.DragOverBounds
+        // The Qt 6.4 linter cannot follow ids into a delegate (6.5 with ComponentBehavior: Bound can); a
+        // ListView has no itemAdded to wire rows from outside as InsetGroupedList does.
+        // qmllint disable unqualified
         delegate: FileRow {
-            isLast: index === list.count - 1
-            selected: index === list.selectedRow
+            id: fileRow
             onTapped: {
-                list.selectedRow = index
+                list.currentIndex = fileRow.index
                 list.forceActiveFocus()
-                root.controller.didSelectRow(index)
+                root.controller.didSelectRow(fileRow.index)
             }
-            onRenameTapped: root.controller.renameItemAtIndex(index)
-            onDeleteTapped: root.controller.deleteItemAtIndex(index)
+            onRenameTapped: root.controller.renameItemAtIndex(fileRow.index)
+            onDeleteTapped: root.controller.deleteItemAtIndex(fileRow.index)
             onContextMenuRequested: (x, y) => {
-                list.selectedRow = index
-                rowMenu.row = index
-                rowMenu.popup(this, x, y)
+                list.currentIndex = fileRow.index
+                rowMenu.row = fileRow.index
+                rowMenu.popup(fileRow, x, y)
             }
         }
+        // qmllint enable unqualified
         onDragEnded: if (contentY < -topMargin - 64) root.controller.pullToRefresh()
 
         Keys.onPressed: (event) => {
-            if (list.selectedRow < 0) return
+            if (list.currentIndex < 0) return
             if (event.key === Qt.Key_Delete) {
-                root.controller.deleteItemAtIndex(list.selectedRow)
+                root.controller.deleteItemAtIndex(list.currentIndex)
                 event.accepted = true
             } else if (event.key === Qt.Key_F2) {
-                root.controller.renameItemAtIndex(list.selectedRow)
+                root.controller.renameItemAtIndex(list.currentIndex)
                 event.accepted = true
             }
         }
 
-        onCountChanged: list.selectedRow = -1
+        onCountChanged: list.currentIndex = -1
     }
 
     Menu {

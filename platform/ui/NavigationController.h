@@ -7,7 +7,7 @@
 
 namespace brisko::ui {
 
-class NavigationController : public ViewController {
+class NavigationController : public brisko::ui::ViewController {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Screens are made in C++")
