@@ -13,9 +13,9 @@ const QString kProviderId = QStringLiteral("fbthumb");
 
 class ThumbnailProvider final : public QQuickImageProvider {
   public:
-    ThumbnailProvider()
-        : QQuickImageProvider(QQmlImageProviderBase::Image,
-                              QQmlImageProviderBase::ForceAsynchronousImageLoading) {}
+    // The view's Image is asynchronous, so requests run on the engine's pixmap reader thread.
+    // (ForceAsynchronousImageLoading hangs the engine's destruction on Qt 6.4.)
+    ThumbnailProvider() : QQuickImageProvider(QQmlImageProviderBase::Image) {}
 
     QImage requestImage(const QString& id, QSize* size, const QSize&) override {
         const QString path = BKDecodeFileName(QByteArray::fromHex(id.toLatin1()));

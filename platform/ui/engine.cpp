@@ -12,7 +12,9 @@ Q_LOGGING_CATEGORY(lcUi, "brisko.ui", QtInfoMsg)
 
 QQmlEngine* engine() {
     static QQmlEngine* instance = [] {
-        auto* e = new QQmlEngine(qApp);
+        // Lives until the process ends: on Qt 6.4 destroying an engine whose pixmap reader has run
+        // (thumbnails) can wait forever for that thread, which would hang quitting.
+        auto* e = new QQmlEngine;
         e->addImportPath(QStringLiteral("qrc:/"));
         return e;
     }();
