@@ -3,8 +3,8 @@
 #include "app/launch/screenshot_tour.h"
 #include "app/web/web_scenes.h"
 #include "file_manager/editor/editor_scenes.h"
-#include "log_viewer/log_viewer_scenes.h"
 #include "file_manager/file_manager_scenes.h"
+#include "log_viewer/log_viewer_scenes.h"
 #include "main_screen/main_screen_scenes.h"
 
 namespace brisko {
