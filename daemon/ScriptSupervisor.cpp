@@ -53,20 +53,20 @@ ScriptSupervisor::ScriptSupervisor(QString documents, QObject* parent)
 
 ScriptSupervisor::~ScriptSupervisor() = default; // the run's destructor kills what is left
 
-LaunchSpec ScriptSupervisor::launchSpecFor(const EntryPoint& entry, QString* error) const {
-    LaunchSpec spec;
-    if (!fillOwnerIdentity(documents_, &spec)) {
+LaunchPlan ScriptSupervisor::launchSpecFor(const EntryPoint& entry, QString* error) const {
+    LaunchPlan plan;
+    if (!fillOwnerIdentity(documents_, &plan)) {
         *error = QStringLiteral("无法读取文档目录");
-        return spec;
+        return plan;
     }
-    if (!spec.changeIdentity) spec.uid = geteuid(); // not root: the script runs as we do
-    spec.program = QFile::encodeName(entry.program);
-    spec.arguments << spec.program;
+    if (!plan.changeIdentity) plan.uid = geteuid(); // not root: the script runs as we do
+    plan.program = QFile::encodeName(entry.program);
+    plan.arguments << plan.program;
     for (const QString& argument : entry.arguments)
-        spec.arguments << QFile::encodeName(argument);
-    spec.environment = scriptEnvironment(documents_, spec.uid);
-    spec.workingDirectory = QFile::encodeName(documents_ + QStringLiteral("/app"));
-    return spec;
+        plan.arguments << QFile::encodeName(argument);
+    plan.environment = scriptEnvironment(documents_, plan.uid);
+    plan.workingDirectory = QFile::encodeName(documents_ + QStringLiteral("/app"));
+    return plan;
 }
 
 QString ScriptSupervisor::start() {
@@ -74,11 +74,11 @@ QString ScriptSupervisor::start() {
     const EntryPoint entry = findEntryPoint(documents_, executableSearchPath());
     if (!entry.error.isEmpty()) return entry.error;
     QString error;
-    const LaunchSpec spec = launchSpecFor(entry, &error);
+    const LaunchPlan plan = launchSpecFor(entry, &error);
     if (!error.isEmpty()) return error;
-    auto log = std::make_unique<ScriptLog>(QDir(documents_).filePath(QStringLiteral("script.log")), spec.uid,
-                                           spec.gid, rotateAt_);
-    const LaunchedScript launched = launchScript(spec);
+    auto log = std::make_unique<ScriptLog>(QDir(documents_).filePath(QStringLiteral("script.log")), plan.uid,
+                                           plan.gid, rotateAt_);
+    const LaunchedScript launched = launchScript(plan);
     if (launched.pid < 0) {
         log->note(QStringLiteral("==== 脚本无法启动: %1 ====").arg(launched.error));
         return QStringLiteral("脚本无法启动: %1").arg(launched.error);

@@ -34,7 +34,7 @@ class ScriptSupervisor : public QObject {
     void stateChanged(brisko::daemon::ScriptState state);
 
   private:
-    LaunchSpec launchSpecFor(const EntryPoint& entry, QString* error) const;
+    LaunchPlan launchSpecFor(const EntryPoint& entry, QString* error) const;
     void onRunExited(quint64 runId);
     void setState(ScriptState state);
 

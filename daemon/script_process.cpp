@@ -35,7 +35,7 @@ std::vector<char*> pointers(const QList<QByteArray>& strings) {
 }
 
 // Between fork and exec only async-signal-safe calls: other threads may hold locks.
-[[noreturn]] void runChild(const LaunchSpec& spec, char* const* argv, char* const* envp, int outFd,
+[[noreturn]] void runChild(const LaunchPlan& plan, char* const* argv, char* const* envp, int outFd,
                            int reportFd) {
     sigset_t none;
     sigemptyset(&none);
@@ -46,12 +46,12 @@ std::vector<char*> pointers(const QList<QByteArray>& strings) {
     const int nullFd = ::open("/dev/null", O_RDONLY);
     if (nullFd < 0 || dup2(nullFd, 0) < 0 || dup2(outFd, 1) < 0 || dup2(outFd, 2) < 0) failInChild(reportFd);
     syscall(SYS_close_range, 3U, ~0U, 4U /* CLOSE_RANGE_CLOEXEC */);
-    if (spec.changeIdentity) {
-        if (setgroups(spec.groups.size(), spec.groups.data()) != 0) failInChild(reportFd);
-        if (setgid(spec.gid) != 0 || setuid(spec.uid) != 0) failInChild(reportFd);
+    if (plan.changeIdentity) {
+        if (setgroups(plan.groups.size(), plan.groups.data()) != 0) failInChild(reportFd);
+        if (setgid(plan.gid) != 0 || setuid(plan.uid) != 0) failInChild(reportFd);
     }
-    if (chdir(spec.workingDirectory.constData()) != 0) failInChild(reportFd);
-    execve(spec.program.constData(), argv, envp);
+    if (chdir(plan.workingDirectory.constData()) != 0) failInChild(reportFd);
+    execve(plan.program.constData(), argv, envp);
     failInChild(reportFd);
 }
 
@@ -67,25 +67,25 @@ int childError(int reportFd) {
 
 } // namespace
 
-bool fillOwnerIdentity(const QString& path, LaunchSpec* spec) {
+bool fillOwnerIdentity(const QString& path, LaunchPlan* plan) {
     struct stat st {};
     if (::stat(QFile::encodeName(path).constData(), &st) != 0) return false;
-    spec->uid = st.st_uid;
-    spec->gid = st.st_gid;
-    spec->groups = {st.st_gid};
+    plan->uid = st.st_uid;
+    plan->gid = st.st_gid;
+    plan->groups = {st.st_gid};
     if (const passwd* pw = getpwuid(st.st_uid)) {
         int count = 64;
         std::vector<gid_t> groups(static_cast<size_t>(count));
         if (getgrouplist(pw->pw_name, st.st_gid, groups.data(), &count) >= 0) {
             groups.resize(size_t(count));
-            spec->groups = std::move(groups);
+            plan->groups = std::move(groups);
         }
     }
-    spec->changeIdentity = geteuid() == 0;
+    plan->changeIdentity = geteuid() == 0;
     return true;
 }
 
-LaunchedScript launchScript(const LaunchSpec& spec) {
+LaunchedScript launchScript(const LaunchPlan& plan) {
     int output[2], report[2];
     if (pipe2(output, O_CLOEXEC) != 0) return {-1, -1, -1, QString::fromLocal8Bit(strerror(errno))};
     if (pipe2(report, O_CLOEXEC) != 0) {
@@ -94,9 +94,9 @@ LaunchedScript launchScript(const LaunchSpec& spec) {
         return {-1, -1, -1, QString::fromLocal8Bit(strerror(errno))};
     }
     fcntl(output[0], F_SETPIPE_SZ, kPipeBytes); // a fast writer waits less for the log
-    const std::vector<char*> argv = pointers(spec.arguments), envp = pointers(spec.environment);
+    const std::vector<char*> argv = pointers(plan.arguments), envp = pointers(plan.environment);
     const pid_t pid = fork();
-    if (pid == 0) runChild(spec, argv.data(), envp.data(), output[1], report[1]);
+    if (pid == 0) runChild(plan, argv.data(), envp.data(), output[1], report[1]);
     ::close(output[1]);
     ::close(report[1]);
     const int error = pid < 0 ? errno : childError(report[0]);

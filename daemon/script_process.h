@@ -12,7 +12,7 @@
 
 namespace brisko::daemon {
 
-struct LaunchSpec {
+struct LaunchPlan {
     QByteArray program;
     QList<QByteArray> arguments; // argv[0] included
     QList<QByteArray> environment;
@@ -31,8 +31,8 @@ struct LaunchedScript {
 };
 
 // The identity and groups of whoever owns path; false when it cannot be read.
-bool fillOwnerIdentity(const QString& path, LaunchSpec* spec);
+bool fillOwnerIdentity(const QString& path, LaunchPlan* plan);
 
-LaunchedScript launchScript(const LaunchSpec& spec);
+LaunchedScript launchScript(const LaunchPlan& plan);
 
 } // namespace brisko::daemon

@@ -13,7 +13,7 @@ const QByteArray kPage = "<!doctype html><meta charset=utf-8><body style='backgr
 
 Served::Served() {
     server.setPage("/index.html", kPage);
-    if (!server.listen()) qFatal("port %d is taken", testing::PageServer::kPort);
+    if (!server.listenOnLoopback()) qFatal("port %d is taken", testing::PageServer::kPort);
 }
 
 double timeUntilPainted(testing::PageServer& server, const std::function<void()>& start) {

@@ -39,7 +39,7 @@ PageServer::PageServer(QObject* parent) : QObject(parent) {
     });
 }
 
-bool PageServer::listen() {
+bool PageServer::listenOnLoopback() {
     return m_server.listen(QHostAddress::LocalHost, kPort);
 }
 

@@ -16,7 +16,7 @@ class PageServer : public QObject {
     static constexpr quint16 kPort = 65005;
 
     explicit PageServer(QObject* parent = nullptr);
-    bool listen();
+    bool listenOnLoopback();
 
     void setPage(const QString& path, const QByteArray& html);
     int hits(const QString& path) const { return m_hits.value(path); }

@@ -90,7 +90,7 @@ class WebPanelTest : public QObject {
     void showShowCloseUsesOneViewAndLoadsTwice() {
         App app;
         PageServer server;
-        QVERIFY(server.listen());
+        QVERIFY(server.listenOnLoopback());
         server.setPage("/index.html", pageRunning(""));
         SetWebViewURL(kPanelURL);
         QTRY_COMPARE_WITH_TIMEOUT(server.hits("/index.html"), 1, 30000);
@@ -203,7 +203,7 @@ class WebPanelTest : public QObject {
         QFETCH(QString, answer);
         App app;
         PageServer server;
-        QVERIFY(server.listen());
+        QVERIFY(server.listenOnLoopback());
         server.setPage("/index.html", pageRunning(script));
         SetWebViewURL(kPanelURL);
         QTRY_VERIFY_WITH_TIMEOUT(AlertController::topPresented(), 30000);
@@ -224,7 +224,7 @@ class WebPanelTest : public QObject {
         earlier->addAction("确定");
         app.screen->present(earlier);
         PageServer server;
-        QVERIFY(server.listen());
+        QVERIFY(server.listenOnLoopback());
         server.setPage("/index.html", pageRunning("report(String(confirm('覆盖在上面')));"));
         SetWebViewURL(kPanelURL);
         QTRY_COMPARE_WITH_TIMEOUT(AlertController::presented().size(), 2, 30000);
@@ -270,7 +270,7 @@ class WebPanelTest : public QObject {
         QFETCH(QByteArray, host);
         QFETCH(QByteArray, status);
         PageServer server;
-        QVERIFY(server.listen());
+        QVERIFY(server.listenOnLoopback());
         QTcpSocket socket;
         socket.connectToHost(QHostAddress::LocalHost, PageServer::kPort);
         QVERIFY(socket.waitForConnected(5000));
