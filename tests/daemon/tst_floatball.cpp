@@ -9,6 +9,7 @@
 #include "platform/ui/AlertController.h"
 #include "platform/ui/NavigationController.h"
 #include "platform/ui/window.h"
+#include "tests/daemon/script_log_reading.h"
 
 #include <QDir>
 #include <QFile>
@@ -29,31 +30,9 @@ const char* const kHeard[] = {names::kAlive,        names::kScriptRunning, names
 const QByteArray kScript = "(while :; do sleep 1; done) &\necho child $!\n"
                            "i=0; while :; do echo $i; i=$((i+1)); sleep 0.02; done\n";
 
-QList<QByteArray> logLines(const QString& path) {
-    QFile file(path);
-    QList<QByteArray> out;
-    if (!file.open(QIODevice::ReadOnly)) return out;
-    for (const QByteArray& line : file.readAll().split('\n'))
-        if (!line.isEmpty()) out << line.mid(line.indexOf("] ") + 2);
-    return out;
-}
-
-int numberLines(const QString& path) {
-    int n = 0;
-    for (const QByteArray& line : logLines(path)) {
-        bool ok = false;
-        line.toInt(&ok);
-        n += ok;
-    }
-    return n;
-}
-
-bool isRunning(qint64 pid) {
-    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
-    if (!stat.open(QIODevice::ReadOnly)) return false;
-    const QByteArray text = stat.readAll();
-    return text.mid(text.lastIndexOf(')') + 2, 1) != "Z";
-}
+using testing::isRunning;
+using testing::logLines;
+using testing::numberLines;
 
 QProcess* startDaemon(const QString& documents) {
     auto* daemon = new QProcess;

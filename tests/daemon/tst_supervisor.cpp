@@ -2,6 +2,7 @@
 // and the log keeps every line. The 3 s kill runs on the manual clock.
 
 #include "daemon/ScriptSupervisor.h"
+#include "tests/daemon/script_log_reading.h"
 #include "tests/support/manual_scheduler.h"
 
 #include <QDir>
@@ -28,33 +29,9 @@ struct Documents {
     QString log(const QString& suffix = {}) const { return dir.filePath("script.log" + suffix); }
 };
 
-// Script lines of the log, timestamps removed.
-QList<QByteArray> lines(const QString& path) {
-    QFile file(path);
-    QList<QByteArray> out;
-    if (!file.open(QIODevice::ReadOnly)) return out;
-    for (const QByteArray& line : file.readAll().split('\n'))
-        if (!line.isEmpty()) out << line.mid(line.indexOf("] ") + 2);
-    return out;
-}
-
-int countNumbers(const QString& path) {
-    int n = 0;
-    for (const QByteArray& line : lines(path)) {
-        bool ok = false;
-        line.toInt(&ok);
-        n += ok;
-    }
-    return n;
-}
-
-// Gone or a zombie waiting for a parent: either way it runs no more.
-bool isRunning(pid_t pid) {
-    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
-    if (!stat.open(QIODevice::ReadOnly)) return false;
-    const QByteArray text = stat.readAll();
-    return text.mid(text.lastIndexOf(')') + 2, 1) != "Z";
-}
+using brisko::testing::isRunning;
+const auto lines = brisko::testing::logLines;
+const auto countNumbers = brisko::testing::numberLines;
 
 const QByteArray kCounter = "i=0; while :; do echo $i; i=$((i+1)); sleep 0.02; done\n";
 
