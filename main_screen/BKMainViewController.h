@@ -5,6 +5,7 @@
 #include "main_screen/main_sections.h"
 #include "platform/ui/ViewController.h"
 
+#include <QPointer>
 #include <QVariantList>
 #include <QVariantMap>
 #include <QtQml/qqmlregistration.h>
@@ -59,6 +60,7 @@ class BKMainViewController : public brisko::ui::ViewController, public BKWebUIDe
     void runJavaScriptConfirmPanel(const QString& message, std::function<void(bool)> completion) override;
     void runJavaScriptTextInputPanel(const QString& prompt, const QString& defaultText,
                                      std::function<void(std::optional<QString>)> completion) override;
+    void dismissPageDialogs() override;
 
   public slots:
     // Rebuilds the model from the runtime status and the device.
@@ -95,6 +97,7 @@ class BKMainViewController : public brisko::ui::ViewController, public BKWebUIDe
     bool m_scriptControlsShown = false;
     QVariantMap m_scriptControlLayout;
     double m_tableWidth = 0;
+    QList<QPointer<ui::AlertController>> m_pageDialogs;
 };
 
 } // namespace brisko

@@ -24,8 +24,17 @@ bool BKMainViewController::presentPageDialog(AlertController* alert) {
         delete alert;
         return false;
     }
+    m_pageDialogs.removeAll(nullptr);
+    m_pageDialogs.append(alert);
     present(alert);
     return true;
+}
+
+// The first action of every page dialog is its cancel answer (the alert's only one is "确定").
+void BKMainViewController::dismissPageDialogs() {
+    const QList<QPointer<AlertController>> shown = std::exchange(m_pageDialogs, {});
+    for (const QPointer<AlertController>& alert : shown)
+        if (alert) alert->tapActionAt(0);
 }
 
 void BKMainViewController::runJavaScriptAlertPanel(const QString& message, std::function<void()> completion) {

@@ -57,6 +57,7 @@ void SetWebViewURL(const char* url) {
 void CloseWebView() {
     dispatchMainAsync([] {
         if (!_webView) return;
+        if (BKWebUIDelegate* delegate = _webView->uiDelegate()) delegate->dismissPageDialogs();
         _webView->stopLoading();
         if (_webView->isViewLoaded()) _webView->view()->setParentItem(nullptr);
         _webView.reset();

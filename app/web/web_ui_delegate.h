@@ -17,6 +17,8 @@ class BKWebUIDelegate {
     // nullopt is the page's null.
     virtual void runJavaScriptTextInputPanel(const QString& prompt, const QString& defaultText,
                                              std::function<void(std::optional<QString>)> completion) = 0;
+    // The page is gone: dialogs still up are answered as cancelled and taken down.
+    virtual void dismissPageDialogs() = 0;
 };
 
 } // namespace brisko

@@ -235,6 +235,22 @@ class WebPanelTest : public QObject {
         QCOMPARE(AlertController::topPresented(), earlier);
     }
 
+    // A page that is closed takes its dialog with it; the application's own alert stays.
+    void closingThePanelTakesItsDialogDown() {
+        App app;
+        auto* earlier = new AlertController("启动失败", "脚本未找到");
+        earlier->addAction("确定");
+        app.screen->present(earlier);
+        PageServer server;
+        QVERIFY(server.listenOnLoopback());
+        server.setPage("/index.html", pageRunning("report(String(confirm('页面关闭前')));"));
+        SetWebViewURL(kPanelURL);
+        QTRY_COMPARE_WITH_TIMEOUT(AlertController::presented().size(), 2, 30000);
+        CloseWebView();
+        QVERIFY(flushMain());
+        QCOMPARE(AlertController::presented(), QList<AlertController*>{earlier});
+    }
+
     // Nobody can see a dialog of a screen in no window: the page gets the cancel answer at once.
     void screenInNoWindowAnswersCancel() {
         QuietScreen screen;
