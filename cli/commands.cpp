@@ -46,7 +46,8 @@ int sendCommand(LinkClient& client, const QString& command) {
     const LinkReply reply = client.send("POST", QStringLiteral("/v1/") + command);
     if (const int code = client.explain(reply); code != kOk) return code;
     const QString state = QJsonDocument::fromJson(reply.body).object().value("state").toString();
-    std::printf("%s: %s\n", qPrintable(command), qPrintable(state));
+    // A stop is under way when it answers: the state the device reports may still be "running".
+    std::printf("%s: ok (script %s)\n", qPrintable(command), qPrintable(state));
     return kOk;
 }
 

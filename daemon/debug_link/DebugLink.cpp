@@ -47,7 +47,11 @@ QByteArray readLog(const QString& path, qint64 offset, qint64 end) {
 
 DebugLink::DebugLink(QString documents, ScriptSupervisor& supervisor, QObject* parent)
     : QAbstractHttpServer(parent), documents_(std::move(documents)), supervisor_(supervisor),
-      tcp_(new LinkTcpServer([this](const RequestHead& head) { return admitHead(head); }, this)),
+      tcp_(new LinkTcpServer([this](const RequestHead& head) { return admitHead(head); },
+                             [this](const QUrl& url, const QByteArray& body, QTcpSocket* socket) {
+                                 return putBody(url, body, socket);
+                             },
+                             this)),
       follower_(new LogFollower(documents_ + QStringLiteral("/script.log"), this)) {
     connect(this, &QAbstractHttpServer::newWebSocketConnection, this, &DebugLink::onWebSocket);
     connect(follower_, &LogFollower::lines, this, &DebugLink::onLogLines);
@@ -135,7 +139,6 @@ bool DebugLink::route(const QHttpServerRequest& request, QTcpSocket* socket) {
     };
     static constexpr Route kRoutes[] = {
         {Method::Get, u"/v1/info", &DebugLink::getInfo},
-        {Method::Put, u"/v1/project", &DebugLink::putProject},
         {Method::Post, u"/v1/run", &DebugLink::run},
         {Method::Post, u"/v1/stop", &DebugLink::stop},
         {Method::Post, u"/v1/pause", &DebugLink::pause},
@@ -149,8 +152,26 @@ bool DebugLink::route(const QHttpServerRequest& request, QTcpSocket* socket) {
             (this->*route.handler)(request, socket);
             return true;
         }
-    if (request.method() != Method::Put || !encodedPath(request).startsWith(kFilesPrefix)) return false;
-    putFile(request, socket);
+    // Uploads normally arrive through putBody; an empty one comes this way.
+    return request.method() == Method::Put && putBody(request.url(), request.body(), socket);
+}
+
+bool DebugLink::putBody(const QUrl& url, const QByteArray& body, QTcpSocket* socket) {
+    if (url.path() == u"/v1/project") {
+        const QString error = replaceAppFolder(documents_, body);
+        answer(socket, taskReply(error), error.isEmpty() ? 200 : 422);
+        return true;
+    }
+    const QByteArray path = url.path(QUrl::FullyEncoded).toUtf8();
+    if (!path.startsWith(kFilesPrefix)) return false;
+    const auto components = splitUploadPath(path.mid(qsizetype(qstrlen(kFilesPrefix))));
+    if (!components) {
+        answer(socket, taskReply(QStringLiteral("路径无效")), 400);
+        return true;
+    }
+    const bool executable = QUrlQuery(url).queryItemValue(QStringLiteral("executable")) == u"1";
+    const QString error = writeAppFile(documents_, *components, body, executable);
+    answer(socket, taskReply(error), error.isEmpty() ? 200 : 400);
     return true;
 }
 
@@ -174,11 +195,6 @@ void DebugLink::command(QTcpSocket* socket, const QString& error) {
 
 void DebugLink::getInfo(const QHttpServerRequest&, QTcpSocket* socket) {
     answer(socket, info());
-}
-
-void DebugLink::putProject(const QHttpServerRequest& request, QTcpSocket* socket) {
-    const QString error = replaceAppFolder(documents_, request.body());
-    answer(socket, taskReply(error), error.isEmpty() ? 200 : 422);
 }
 
 void DebugLink::run(const QHttpServerRequest&, QTcpSocket* socket) {
@@ -208,14 +224,6 @@ QJsonObject DebugLink::info() const {
     if (!entry.error.isEmpty()) reply.insert("entry_error", entry.error);
     reply.insert("events_clients", int(eventClients_.size()));
     return reply;
-}
-
-void DebugLink::putFile(const QHttpServerRequest& request, QTcpSocket* socket) {
-    const auto components = splitUploadPath(encodedPath(request).mid(qsizetype(qstrlen(kFilesPrefix))));
-    if (!components) return answer(socket, taskReply(QStringLiteral("路径无效")), 400);
-    const bool executable = QUrlQuery(request.url()).queryItemValue(QStringLiteral("executable")) == u"1";
-    const QString error = writeAppFile(documents_, *components, request.body(), executable);
-    answer(socket, taskReply(error), error.isEmpty() ? 200 : 400);
 }
 
 void DebugLink::getLog(const QHttpServerRequest& request, QTcpSocket* socket) {

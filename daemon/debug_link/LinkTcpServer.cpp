@@ -15,7 +15,10 @@ namespace {
 
 constexpr char kBudgetProperty[] = "brisko_link_budget";
 constexpr char kDeadlineProperty[] = "brisko_link_deadline";
-constexpr char kInspectProperty[] = "brisko_link_inspecting";
+constexpr char kPhaseProperty[] = "brisko_link_phase";
+constexpr char kUploadHeadProperty[] = "brisko_link_upload_head";
+
+enum class Phase { Head, Body, HandingOver, Served };
 // A body gets this long plus a second per MiB it announced.
 constexpr double kBodyBaseSeconds = 30.0;
 
@@ -73,8 +76,8 @@ QByteArray refusalReply(const LinkRefusal& refusal) {
     return httpReply(refusal.status, "application/json", body);
 }
 
-LinkTcpServer::LinkTcpServer(Admission admit, QObject* parent)
-    : QTcpServer(parent), admit_(std::move(admit)) {}
+LinkTcpServer::LinkTcpServer(Admission admit, Upload upload, QObject* parent)
+    : QTcpServer(parent), admit_(std::move(admit)), upload_(std::move(upload)) {}
 
 void LinkTcpServer::incomingConnection(qintptr descriptor) {
     auto* socket = new QTcpSocket(this);
@@ -89,12 +92,18 @@ void LinkTcpServer::incomingConnection(qintptr descriptor) {
     connect(socket, &QTcpSocket::disconnected, this, [this, socket] { live_.remove(socket); });
     connect(socket, &QObject::destroyed, this, [this, socket] { live_.remove(socket); });
     connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
-    socket->setProperty(kInspectProperty, true);
+    socket->setProperty(kPhaseProperty, int(Phase::Head));
     connect(socket, &QTcpSocket::readyRead, this, [this, socket] {
-        if (socket->property(kInspectProperty).toBool())
-            inspectHead(socket);
-        else
-            countBody(socket);
+        switch (Phase(socket->property(kPhaseProperty).toInt())) {
+        case Phase::Head:
+            return inspectHead(socket);
+        case Phase::Body:
+            return awaitBody(socket);
+        case Phase::HandingOver:
+            return;
+        case Phase::Served:
+            return countServed(socket);
+        }
     });
     armDeadline(socket, kHeadSeconds);
 }
@@ -112,28 +121,63 @@ void LinkTcpServer::inspectHead(QTcpSocket* socket) {
 }
 
 void LinkTcpServer::admit(QTcpSocket* socket, const RequestHead& head, qint64 bodyBytes) {
-    socket->setProperty(kInspectProperty, false);
+    socket->setProperty(kPhaseProperty, int(Phase::Body));
     socket->setProperty(kBudgetProperty, head.size + bodyBytes);
+    socket->setProperty(kUploadHeadProperty, head.method == "PUT" && bodyBytes > 0 ? head.size : qint64(0));
     armDeadline(socket, kBodyBaseSeconds + double(bodyBytes) / (1024 * 1024));
+    // curl waits a second for this before sending a large body; the server would never say it.
+    for (const QByteArray& expect : headerValues(head.headers, "expect"))
+        if (bodyBytes > 0 && expect.compare("100-continue", Qt::CaseInsensitive) == 0)
+            socket->write("HTTP/1.1 100 Continue\r\n\r\n");
+    awaitBody(socket);
+}
+
+// The HTTP server gets the request whole: it parses it once instead of again on every piece,
+// and a slow upload never reaches it.
+void LinkTcpServer::awaitBody(QTcpSocket* socket) {
+    const qint64 expected = socket->property(kBudgetProperty).toLongLong();
+    if (socket->bytesAvailable() < expected) return;
+    if (socket->bytesAvailable() > expected) return drop(socket);
+    if (const qint64 head = socket->property(kUploadHeadProperty).toLongLong(); head > 0)
+        return serveUpload(socket, head);
+    socket->setProperty(kPhaseProperty, int(Phase::HandingOver));
+    socket->setProperty(kBudgetProperty, qint64(0));
     addPendingConnection(socket);
     // The bytes are already buffered: without this the server would wait for more.
+    const QPointer guard(socket);
     emit socket->readyRead();
+    if (guard && guard->property(kPhaseProperty).toInt() == int(Phase::HandingOver))
+        guard->setProperty(kPhaseProperty, int(Phase::Served));
 }
 
 void LinkTcpServer::refuse(QTcpSocket* socket, const LinkRefusal& refusal) {
     qCDebug(lcDaemon, "debug link: refused with %d: %s", refusal.status, qPrintable(refusal.error));
-    socket->setProperty(kInspectProperty, false);
+    socket->setProperty(kPhaseProperty, int(Phase::Served));
     socket->setProperty(kBudgetProperty, qint64(-1));
     socket->write(refusalReply(refusal));
     socket->disconnectFromHost();
 }
 
-void LinkTcpServer::countBody(QTcpSocket* socket) {
-    const qint64 budget = socket->property(kBudgetProperty).toLongLong();
-    if (budget < 0) return; // released, or refused and closing
-    const qint64 left = budget - socket->bytesAvailable();
-    socket->setProperty(kBudgetProperty, qMax<qint64>(left, 0));
-    if (left >= 0) return;
+// The HTTP server reads a large body from its buffer at a cost that grows with the square of its
+// pieces (seconds for tens of MiB), so uploads are taken from the socket here in one read.
+void LinkTcpServer::serveUpload(QTcpSocket* socket, qint64 headBytes) {
+    socket->setProperty(kPhaseProperty, int(Phase::Served));
+    socket->setProperty(kBudgetProperty, qint64(0));
+    const RequestHead head = parseRequestHead(socket->read(headBytes)).value_or(RequestHead{});
+    const QByteArray body = socket->read(socket->bytesAvailable());
+    if (!upload_(QUrl::fromEncoded(head.target), body, socket)) {
+        socket->write(refusalReply({404, QStringLiteral("未知请求")}));
+        socket->disconnectFromHost();
+    }
+}
+
+// One request per connection: whatever follows the request it was served for is dropped.
+void LinkTcpServer::countServed(QTcpSocket* socket) {
+    if (socket->property(kBudgetProperty).toLongLong() < 0) return; // a stream: the client may talk
+    if (socket->bytesAvailable() > 0) drop(socket);
+}
+
+void LinkTcpServer::drop(QTcpSocket* socket) {
     qCDebug(lcDaemon, "debug link: more bytes than the head announced, dropped");
     socket->abort();
 }

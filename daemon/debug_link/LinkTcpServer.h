@@ -1,14 +1,15 @@
 #pragma once
 // Accepts debug-link connections and hands one to the HTTP server only once its head is in and
 // admitted: a client without the token, or announcing a body over the cap, is answered and
-// dropped before any body is buffered. Afterwards the body is held to what the head announced,
-// and the whole request to a deadline, so a slow or silent client only ever holds its own slot.
+// dropped before any body is buffered. The body is held to what the head announced and the
+// whole request to a deadline, so a slow or silent client only ever holds its own slot.
 
 #include "daemon/debug_link/request_head.h"
 
 #include <QSet>
 #include <QString>
 #include <QTcpServer>
+#include <QUrl>
 
 #include <functional>
 #include <optional>
@@ -35,7 +36,9 @@ class LinkTcpServer : public QTcpServer {
     Q_OBJECT
   public:
     using Admission = std::function<std::optional<LinkRefusal>(const RequestHead& head)>;
-    explicit LinkTcpServer(Admission admit, QObject* parent = nullptr);
+    // An admitted PUT with its whole body; true when it answered on the socket.
+    using Upload = std::function<bool(const QUrl& url, const QByteArray& body, QTcpSocket* socket)>;
+    LinkTcpServer(Admission admit, Upload upload, QObject* parent = nullptr);
 
     // The connection now carries a stream (no deadline, no body budget) or has become a
     // WebSocket, which the link counts on its own.
@@ -49,10 +52,15 @@ class LinkTcpServer : public QTcpServer {
     void inspectHead(QTcpSocket* socket);
     void admit(QTcpSocket* socket, const RequestHead& head, qint64 bodyBytes);
     void refuse(QTcpSocket* socket, const LinkRefusal& refusal);
-    void countBody(QTcpSocket* socket);
+    void awaitBody(QTcpSocket* socket);
+    void countServed(QTcpSocket* socket);
+    void drop(QTcpSocket* socket);
     void armDeadline(QTcpSocket* socket, double seconds);
 
+    void serveUpload(QTcpSocket* socket, qint64 headBytes);
+
     Admission admit_;
+    Upload upload_;
     QSet<QTcpSocket*> live_;
 };
 
