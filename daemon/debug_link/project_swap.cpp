@@ -14,6 +14,7 @@
 #include <fcntl.h>
 #include <ftw.h>
 #include <stdio.h>
+#include <thread>
 #include <unistd.h>
 
 namespace brisko::daemon {
@@ -79,8 +80,12 @@ bool swapIn(const QString& documents, const QByteArray& incoming) {
     const bool swapped =
         renameat2(AT_FDCWD, incoming.constData(), AT_FDCWD, app.constData(), RENAME_EXCHANGE) == 0;
     if (!swapped && (errno != ENOENT || ::rename(incoming.constData(), app.constData()) != 0)) return false;
-    if (swapped && !QDir(QFile::decodeName(incoming)).removeRecursively())
-        qCDebug(lcDaemon, "debug link: the old app folder was not removed in full");
+    // The old files go on their own thread: the script can start while they are deleted.
+    if (swapped)
+        std::thread([old = QFile::decodeName(incoming)] {
+            if (!QDir(old).removeRecursively())
+                qCDebug(lcDaemon, "debug link: the old app folder was not removed in full");
+        }).detach();
     return true;
 }
 

@@ -261,8 +261,9 @@ class DebugLinkTest : public QObject {
         QCOMPARE(device.appFile("main.sh"), replaced ? QByteArray("echo new\n") : QByteArray("echo old\n"));
         QCOMPARE(QFile::exists(device.dir.filePath("app/out")), !replaced);
         // Nothing of the attempt is left beside the app folder.
-        QCOMPARE(QDir(device.dir.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
-                 QStringList({".floatball.token", "app"}));
+        QTRY_COMPARE(
+            QDir(device.dir.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+            QStringList({".floatball.token", "app"}));
         QVERIFY(QDir(device.outside.path()).isEmpty());
     }
 
