@@ -5,6 +5,7 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <sys/stat.h>
 #include <zlib.h>
 
 namespace brisko::cli {
@@ -65,6 +66,12 @@ void putEnd(QByteArray& out, int count, quint32 centralSize, quint32 centralOffs
     put16(out, 0);
 }
 
+quint32 unixMode(const QFileInfo& info) {
+    struct stat st {};
+    const QByteArray path = QFile::encodeName(info.filePath());
+    return quint32(S_IFREG | (::stat(path.constData(), &st) == 0 ? st.st_mode & 0777 : 0644));
+}
+
 QString appendFile(QByteArray& out, QList<Entry>& entries, const QFileInfo& info, const QDir& root) {
     QFile file(info.filePath());
     if (!file.open(QIODevice::ReadOnly)) return QStringLiteral("cannot read %1").arg(info.filePath());
@@ -72,8 +79,7 @@ QString appendFile(QByteArray& out, QList<Entry>& entries, const QFileInfo& info
     if (out.size() + data.size() > kMaxZipBytes) return QStringLiteral("the project is over 4 GiB");
     const Entry entry{root.relativeFilePath(info.filePath()).toUtf8(),
                       quint32(crc32(0, reinterpret_cast<const Bytef*>(data.constData()), uInt(data.size()))),
-                      quint32(data.size()), quint32(out.size()),
-                      quint32(0100000 | (info.permissions() & 0x1FF))};
+                      quint32(data.size()), quint32(out.size()), unixMode(info)};
     put32(out, 0x04034b50);
     putCommon(out, entry);
     out += entry.name;

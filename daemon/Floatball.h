@@ -32,7 +32,6 @@ class Floatball : public QObject {
     void setDebugEnabled(bool enabled);
     // Where the debug link listens once debug mode is on; 0 picks a free port.
     void setDebugPort(quint16 port) { debugPort_ = port; }
-    DebugLink* debugLink() const { return link_; }
 
   private:
     void onStateChanged(ScriptState state);

@@ -29,10 +29,6 @@ bool isUpgrade(const QHttpServerRequest& request) {
     return false;
 }
 
-QByteArray encodedPath(const QHttpServerRequest& request) {
-    return request.url().path(QUrl::FullyEncoded).toUtf8();
-}
-
 QByteArray chunk(const QByteArray& bytes) {
     return QByteArray::number(bytes.size(), 16) + "\r\n" + bytes + "\r\n";
 }
@@ -63,6 +59,9 @@ DebugLink::DebugLink(QString documents, ScriptSupervisor& supervisor, QObject* p
 
 DebugLink::~DebugLink() {
     tcp_->close();
+    // Follow streams and requests in flight end now, while the HTTP server can still see them go.
+    for (QTcpSocket* socket : tcp_->findChildren<QTcpSocket*>())
+        socket->abort();
     // Closed here, not by the parent: their signals would reach a half-destroyed link.
     for (QWebSocket* client : std::exchange(eventClients_, {})) {
         client->disconnect(this);

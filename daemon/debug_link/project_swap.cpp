@@ -14,6 +14,8 @@
 #include <fcntl.h>
 #include <ftw.h>
 #include <stdio.h>
+#include <string>
+#include <sys/mman.h>
 #include <thread>
 #include <unistd.h>
 
@@ -43,22 +45,32 @@ bool declaresTooMuch(const QByteArray& zip) {
     return false;
 }
 
-QByteArray writeArchive(const QString& documents, const QByteArray& zip) {
-    QByteArray path = QFile::encodeName(documents) + "/.app.upload-XXXXXX";
-    const int fd = mkostemp(path.data(), O_CLOEXEC);
-    if (fd < 0) return {};
-    qsizetype written = 0;
-    while (written < zip.size()) {
-        const ssize_t n = ::write(fd, zip.constData() + written, size_t(zip.size() - written));
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) break;
-        written += n;
+// The extractor reads archives by path; a memory file spares writing the upload to disk first
+// and leaves nothing behind if the daemon dies mid-way.
+class MemoryArchive {
+  public:
+    explicit MemoryArchive(const QByteArray& zip) : fd_(memfd_create("project.zip", MFD_CLOEXEC)) {
+        qsizetype written = 0;
+        while (fd_ >= 0 && written < zip.size()) {
+            const ssize_t n = ::write(fd_, zip.constData() + written, size_t(zip.size() - written));
+            if (n < 0 && errno == EINTR) continue;
+            if (n <= 0) break;
+            written += n;
+        }
+        ok_ = fd_ >= 0 && written == zip.size();
     }
-    ::close(fd);
-    if (written == zip.size()) return path;
-    ::unlink(path.constData());
-    return {};
-}
+    ~MemoryArchive() {
+        if (fd_ >= 0) ::close(fd_);
+    }
+    MemoryArchive(const MemoryArchive&) = delete;
+    MemoryArchive& operator=(const MemoryArchive&) = delete;
+    bool ok() const { return ok_; }
+    std::string path() const { return "/proc/self/fd/" + std::to_string(fd_); }
+
+  private:
+    int fd_;
+    bool ok_ = false;
+};
 
 thread_local DocumentsOwner t_owner;
 
@@ -89,10 +101,10 @@ bool swapIn(const QString& documents, const QByteArray& incoming) {
     return true;
 }
 
-QString unpackAndSwap(const QString& documents, const QByteArray& archive, const QByteArray& incoming) {
+QString unpackAndSwap(const QString& documents, const MemoryArchive& archive, const QByteArray& incoming) {
     t_skipped = 0;
     zip::setSkipSink(countSkip);
-    const bool read = BKUnzipFile(archive.toStdString(), incoming.toStdString());
+    const bool read = BKUnzipFile(archive.path(), incoming.toStdString());
     if (!read || t_skipped > 0) return QStringLiteral("压缩包无效或不完整，未替换");
     ::chmod(incoming.constData(), 0755); // made 0700 by mkdtemp
     giveTreeToOwner(incoming, documentsOwner(documents));
@@ -104,15 +116,13 @@ QString unpackAndSwap(const QString& documents, const QByteArray& archive, const
 
 QString replaceAppFolder(const QString& documents, const QByteArray& zip) {
     if (declaresTooMuch(zip)) return QStringLiteral("压缩包无效或过大");
-    const QByteArray archive = writeArchive(documents, zip);
+    const MemoryArchive archive(zip);
     QByteArray incoming = QFile::encodeName(documents) + "/.app.incoming-XXXXXX";
-    if (archive.isEmpty() || !mkdtemp(incoming.data())) {
-        if (!archive.isEmpty()) ::unlink(archive.constData());
+    if (!archive.ok() || !mkdtemp(incoming.data())) {
         qCDebug(lcDaemon, "debug link: no room to unpack a project: %s", strerror(errno));
         return QStringLiteral("写入失败");
     }
     const QString error = unpackAndSwap(documents, archive, incoming);
-    ::unlink(archive.constData());
     if (!error.isEmpty()) QDir(QFile::decodeName(incoming)).removeRecursively();
     return error;
 }

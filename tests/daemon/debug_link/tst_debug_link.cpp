@@ -9,6 +9,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QImage>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
@@ -229,7 +230,12 @@ class DebugLinkTest : public QObject {
         QCOMPARE(::stat(QFile::encodeName(path).constData(), &st), 0);
         QCOMPARE(st.st_mode & 0777, 0600u);
         const quint16 port = device.link->port();
+        QTcpSocket follower;
+        follower.connectToHost(QHostAddress::LocalHost, port);
+        follower.write("GET /v1/log?follow=1&token=" + device.link->token() + " HTTP/1.1\r\n\r\n");
+        QTRY_VERIFY(follower.bytesAvailable() > 0);
         device.link.reset();
+        QTRY_COMPARE(follower.state(), QAbstractSocket::UnconnectedState);
         QVERIFY(!QFile::exists(path));
         QCOMPARE(exchange(port, "GET /v1/info HTTP/1.1\r\n\r\n"), QByteArray("<refused>"));
     }
@@ -265,6 +271,76 @@ class DebugLinkTest : public QObject {
             QDir(device.dir.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
             QStringList({".floatball.token", "app"}));
         QVERIFY(QDir(device.outside.path()).isEmpty());
+    }
+
+    // The log as the writer and the viewer change it; a line written afterwards still reaches the
+    // events socket, the follow stream and an offset read.
+    void logFollow_data() {
+        QTest::addColumn<QString>("change");
+        QTest::newRow("appended") << "append";
+        QTest::newRow("cleared") << "replace"; // an empty file renamed over it
+        QTest::newRow("rotated") << "rotate";
+        QTest::newRow("cut short in place") << "truncate";
+    }
+    void logFollow() {
+        QFETCH(QString, change);
+        Device device;
+        const QString log = device.dir.filePath("script.log");
+        const auto write = [](const QString& path, const QByteArray& text, QIODevice::OpenMode mode) {
+            QFile file(path);
+            QVERIFY(file.open(mode));
+            file.write(text);
+        };
+        write(log, "before\n", QIODevice::WriteOnly);
+        QWebSocket events;
+        QStringList lines;
+        QObject::connect(&events, &QWebSocket::textMessageReceived, [&](const QString& m) {
+            if (parse(m).value("type").toString() == u"log") lines << parse(m).value("text").toString();
+        });
+        events.open(QUrl("ws://" + device.authority() + "/v1/events?token=" + device.link->token()));
+        QTRY_COMPARE(events.state(), QAbstractSocket::ConnectedState);
+        QTcpSocket stream;
+        QByteArray streamed;
+        QObject::connect(&stream, &QTcpSocket::readyRead, [&] { streamed += stream.readAll(); });
+        stream.connectToHost(QHostAddress::LocalHost, device.link->port());
+        stream.write("GET /v1/log?follow=1&token=" + device.link->token() + " HTTP/1.1\r\n\r\n");
+        QTRY_VERIFY(streamed.contains("chunked"));
+        write(log, "middle\n", QIODevice::Append);
+        QTRY_COMPARE(lines, QStringList{"middle"});
+        if (change == u"replace") {
+            write(log + ".new", "", QIODevice::WriteOnly);
+            QVERIFY(::rename(qPrintable(log + ".new"), qPrintable(log)) == 0);
+        } else if (change == u"rotate") {
+            QVERIFY(QFile::rename(log, log + ".1"));
+        } else if (change == u"truncate") {
+            QVERIFY(QFile::resize(log, 0));
+        }
+        write(log, "after\n", QIODevice::Append);
+        QTRY_COMPARE(lines, (QStringList{"middle", "after"}));
+        QTRY_VERIFY(streamed.contains("middle") && streamed.contains("after"));
+        const QByteArray read = exchange(
+            device.link->port(), "GET /v1/log?offset=0&token=" + device.link->token() + " HTTP/1.1\r\n\r\n");
+        QVERIFY2(read.endsWith("after\n"), read.constData());
+    }
+
+    void screenshot_data() {
+        QTest::addColumn<QImage>("frame");
+        QTest::addColumn<QByteArray>("status");
+        QImage frame(4, 3, QImage::Format_ARGB32);
+        frame.fill(Qt::red);
+        QTest::newRow("a frame") << frame << QByteArray("HTTP/1.1 200 OK");
+        QTest::newRow("no display") << QImage() << QByteArray("HTTP/1.1 503");
+    }
+    void screenshot() {
+        QFETCH(QImage, frame);
+        QFETCH(QByteArray, status);
+        Device device;
+        device.link->setScreenCapture([frame] { return frame; });
+        const QByteArray reply = exchange(
+            device.link->port(), "GET /v1/screenshot?token=" + device.link->token() + " HTTP/1.1\r\n\r\n");
+        QVERIFY2(statusLine(reply).startsWith(status), reply.left(200).constData());
+        const QByteArray body = reply.mid(reply.indexOf("\r\n\r\n") + 4);
+        if (!frame.isNull()) QCOMPARE(QImage::fromData(body, "PNG").size(), frame.size());
     }
 
     // Several computers may watch at once; "connected" covers the first arrival to the last leave.
