@@ -1,8 +1,12 @@
 #include "Floatball.h"
 
 #include "app/status/notification_names.h"
+#include "daemon/debug_link/DebugLink.h"
+#include "daemon/debug_link/screen_capture.h"
 #include "platform/dispatch/dispatch.h"
 #include "platform/notify/notify.h"
+
+#include <utility>
 
 namespace brisko::daemon {
 namespace {
@@ -15,7 +19,8 @@ void post(const char* name) {
 
 Floatball::Floatball(const QString& documents, QObject* parent)
     : QObject(parent), supervisor_(documents),
-      server_([this](const QString& cmd) { return runCommand(cmd); }) {
+      server_([this](const QString& cmd) { return runCommand(cmd); }), documents_(documents),
+      debugPort_(kDebugLinkPort) {
     connect(&supervisor_, &ScriptSupervisor::stateChanged, this, &Floatball::onStateChanged);
 }
 
@@ -57,9 +62,25 @@ void Floatball::answerPing() {
 }
 
 void Floatball::setDebugEnabled(bool enabled) {
+    if (enabled && !link_) {
+        link_ = new DebugLink(documents_, supervisor_, this);
+        link_->setScreenCapture([documents = documents_] { return captureSessionScreen(documents); });
+        connect(link_, &DebugLink::connectedChanged, this, &Floatball::onDebugClientsChanged);
+        // Without the port the switch stays off: the answer below tells the application so.
+        if (!link_->start(debugPort_)) enabled = false;
+    }
+    if (!enabled && link_) {
+        delete std::exchange(link_, nullptr); // closes the port and every connection
+        if (debugClientConnected_) post(names::kDebugDisconnected);
+    }
     debugEnabled_ = enabled;
     if (!enabled) debugClientConnected_ = false;
     post(enabled ? names::kDebugEnabled : names::kDebugDisabled);
+}
+
+void Floatball::onDebugClientsChanged(bool connected) {
+    debugClientConnected_ = connected;
+    post(connected ? names::kDebugConnected : names::kDebugDisconnected);
 }
 
 void Floatball::onStateChanged(ScriptState state) {

@@ -11,6 +11,8 @@
 
 namespace brisko::daemon {
 
+class DebugLink;
+
 class Floatball : public QObject {
     Q_OBJECT
   public:
@@ -28,18 +30,24 @@ class Floatball : public QObject {
     QJsonObject runCommand(const QString& cmd);
     void answerPing();
     void setDebugEnabled(bool enabled);
+    // Where the debug link listens once debug mode is on; 0 picks a free port.
+    void setDebugPort(quint16 port) { debugPort_ = port; }
 
   private:
     void onStateChanged(ScriptState state);
     void observe(const char* name, void (Floatball::*method)());
     void onDebugEnableRequest() { setDebugEnabled(true); }
     void onDebugDisableRequest() { setDebugEnabled(false); }
+    void onDebugClientsChanged(bool connected);
 
     ScriptSupervisor supervisor_;
     TaskServer server_;
     BallPresenter* ball_ = nullptr;
     bool debugEnabled_ = false;
-    bool debugClientConnected_ = false; // the debug link reports here once it exists
+    bool debugClientConnected_ = false;
+    QString documents_;
+    quint16 debugPort_;
+    DebugLink* link_ = nullptr; // exists while debug mode is on
 };
 
 } // namespace brisko::daemon

@@ -44,6 +44,8 @@ int main(int argc, char** argv) {
     // Benchmarks that count every line of a large log move the rotation out of the way.
     if (const qint64 rotate = qEnvironmentVariableIntValue("FLOATBALL_LOG_ROTATE_BYTES"); rotate > 0)
         daemon.supervisor().setLogRotationBytes(rotate);
+    if (const int port = qEnvironmentVariableIntValue("FLOATBALL_DEBUG_PORT"); port > 0 && port < 65536)
+        daemon.setDebugPort(quint16(port));
     if (!daemon.start()) return 1;
     if (argc == 3) {
         const QString error = daemon.supervisor().start();

@@ -1,0 +1,130 @@
+#include "project_swap.h"
+
+#include "daemon/debug_link/app_files.h"
+#include "daemon/logging.h"
+#include "file_manager/zip/archive_walk.h"
+#include "file_manager/zip/diagnostics.h"
+#include "file_manager/zip/unzip.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <ftw.h>
+#include <stdio.h>
+#include <string>
+#include <sys/mman.h>
+#include <thread>
+#include <unistd.h>
+
+namespace brisko::daemon {
+namespace {
+
+// Skips of the extraction running on this thread; folder entries make nothing and count for nothing.
+thread_local int t_skipped = 0;
+
+void countSkip(std::string_view entry, const char* reason) {
+    if (entry.ends_with('/') || entry.ends_with('\\')) return;
+    ++t_skipped;
+    qCDebug(lcDaemon, "debug link: project entry %.*s skipped: %s", int(entry.size()), entry.data(), reason);
+}
+
+bool declaresTooMuch(const QByteArray& zip) {
+    const auto* data = reinterpret_cast<const uint8_t*>(zip.constData());
+    const auto end = zip::findEndRecord(data, uint64_t(zip.size()));
+    if (!end) return true;
+    zip::CentralDirectoryWalk walk(data, uint64_t(zip.size()), *end);
+    zip::CentralEntry entry;
+    quint64 total = 0, count = 0;
+    while (walk.next(entry)) {
+        total += entry.uncompressedSize;
+        if (++count > kMaxProjectEntries || total > kMaxProjectBytes) return true;
+    }
+    return false;
+}
+
+// The extractor reads archives by path; a memory file spares writing the upload to disk first
+// and leaves nothing behind if the daemon dies mid-way.
+class MemoryArchive {
+  public:
+    explicit MemoryArchive(const QByteArray& zip) : fd_(memfd_create("project.zip", MFD_CLOEXEC)) {
+        qsizetype written = 0;
+        while (fd_ >= 0 && written < zip.size()) {
+            const ssize_t n = ::write(fd_, zip.constData() + written, size_t(zip.size() - written));
+            if (n < 0 && errno == EINTR) continue;
+            if (n <= 0) break;
+            written += n;
+        }
+        ok_ = fd_ >= 0 && written == zip.size();
+    }
+    ~MemoryArchive() {
+        if (fd_ >= 0) ::close(fd_);
+    }
+    MemoryArchive(const MemoryArchive&) = delete;
+    MemoryArchive& operator=(const MemoryArchive&) = delete;
+    bool ok() const { return ok_; }
+    std::string path() const { return "/proc/self/fd/" + std::to_string(fd_); }
+
+  private:
+    int fd_;
+    bool ok_ = false;
+};
+
+thread_local DocumentsOwner t_owner;
+
+int chownEntry(const char* path, const struct stat*, int, struct FTW*) {
+    if (lchown(path, t_owner.uid, t_owner.gid) != 0)
+        qCDebug(lcDaemon, "debug link: cannot hand %s over: %s", path, strerror(errno));
+    return 0;
+}
+
+void giveTreeToOwner(const QByteArray& folder, const DocumentsOwner& owner) {
+    if (geteuid() != 0 || owner.uid == 0) return;
+    t_owner = owner;
+    nftw(folder.constData(), chownEntry, 16, FTW_PHYS);
+}
+
+// The old folder ends up where the new one was made, and goes.
+bool swapIn(const QString& documents, const QByteArray& incoming) {
+    const QByteArray app = QFile::encodeName(documents) + "/app";
+    const bool swapped =
+        renameat2(AT_FDCWD, incoming.constData(), AT_FDCWD, app.constData(), RENAME_EXCHANGE) == 0;
+    if (!swapped && (errno != ENOENT || ::rename(incoming.constData(), app.constData()) != 0)) return false;
+    // The old files go on their own thread: the script can start while they are deleted.
+    if (swapped)
+        std::thread([old = QFile::decodeName(incoming)] {
+            if (!QDir(old).removeRecursively())
+                qCDebug(lcDaemon, "debug link: the old app folder was not removed in full");
+        }).detach();
+    return true;
+}
+
+QString unpackAndSwap(const QString& documents, const MemoryArchive& archive, const QByteArray& incoming) {
+    t_skipped = 0;
+    zip::setSkipSink(countSkip);
+    const bool read = BKUnzipFile(archive.path(), incoming.toStdString());
+    if (!read || t_skipped > 0) return QStringLiteral("压缩包无效或不完整，未替换");
+    ::chmod(incoming.constData(), 0755); // made 0700 by mkdtemp
+    giveTreeToOwner(incoming, documentsOwner(documents));
+    if (!swapIn(documents, incoming)) return QStringLiteral("替换 app 文件夹失败");
+    return {};
+}
+
+} // namespace
+
+QString replaceAppFolder(const QString& documents, const QByteArray& zip) {
+    if (declaresTooMuch(zip)) return QStringLiteral("压缩包无效或过大");
+    const MemoryArchive archive(zip);
+    QByteArray incoming = QFile::encodeName(documents) + "/.app.incoming-XXXXXX";
+    if (!archive.ok() || !mkdtemp(incoming.data())) {
+        qCDebug(lcDaemon, "debug link: no room to unpack a project: %s", strerror(errno));
+        return QStringLiteral("写入失败");
+    }
+    const QString error = unpackAndSwap(documents, archive, incoming);
+    if (!error.isEmpty()) QDir(QFile::decodeName(incoming)).removeRecursively();
+    return error;
+}
+
+} // namespace brisko::daemon
