@@ -179,10 +179,20 @@ Rectangle {
         }
 
         onClicked: row.tapped()
-        TapHandler {
+        // Takes the right button away from the delegate, which would otherwise open the row too.
+        MouseArea {
+            anchors.fill: parent
             acceptedButtons: Qt.RightButton
-            onTapped: (point) => row.contextMenuRequested(point.position.x, point.position.y)
+            onClicked: (mouse) => row.contextMenuRequested(mouse.x, mouse.y)
         }
+    }
+
+    // Opens a row's trailing actions as a swipe to the left would.
+    function revealActions(row: int) {
+        list.positionViewAtIndex(row, ListView.Contain)
+        const item = list.itemAtIndex(row) as FileRow
+        if (item)
+            item.swipe.open(SwipeDelegate.Right)
     }
 
     ListView {
