@@ -115,6 +115,7 @@ Rectangle {
         width: ListView.view ? ListView.view.width - 32 : 0
         height: 60
         padding: 0
+        clip: true // a swiped row slides within its own bounds, not over the list's margin
 
         background: Rectangle {
             color: row.rowColor
@@ -187,13 +188,8 @@ Rectangle {
         }
     }
 
-    // Opens a row's trailing actions as a swipe to the left would.
-    function revealActions(row: int) {
-        list.positionViewAtIndex(row, ListView.Contain)
-        const item = list.itemAtIndex(row) as FileRow
-        if (item)
-            item.swipe.open(SwipeDelegate.Right)
-    }
+    // The row whose trailing actions stand open, as a swipe to the left leaves them; -1 for none.
+    property int revealedRow: -1
 
     ListView {
         id: list
@@ -213,6 +209,9 @@ Rectangle {
         // qmllint disable unqualified
         delegate: FileRow {
             id: fileRow
+            readonly property bool revealed: root.revealedRow === fileRow.index
+            onRevealedChanged: if (fileRow.revealed) fileRow.swipe.open(SwipeDelegate.Right)
+            Component.onCompleted: if (fileRow.revealed) fileRow.swipe.open(SwipeDelegate.Right)
             onTapped: {
                 list.currentIndex = fileRow.index
                 list.forceActiveFocus()
