@@ -115,7 +115,9 @@ Rectangle {
         width: ListView.view ? ListView.view.width - 32 : 0
         height: 60
         padding: 0
-        clip: true // a swiped row slides within its own bounds, not over the list's margin
+        // A swiped row slides within its own bounds, not over the list's margin; rows at rest stay
+        // unclipped so the renderer can batch them.
+        clip: row.swipe.position !== 0
 
         background: Rectangle {
             color: row.rowColor
