@@ -13,23 +13,11 @@
 namespace brisko {
 namespace {
 
-constexpr int kFastDecodeQuality = 49;
-
 QSize boundedSize(QSize size) {
     const int longest = qMax(size.width(), size.height());
     if (longest <= kThumbnailMaxPixelSize) return size;
     return size.scaled(kThumbnailMaxPixelSize, kThumbnailMaxPixelSize, Qt::KeepAspectRatio)
         .expandedTo(QSize(1, 1));
-}
-
-// The stored size divided by the largest of 2, 4 or 8 that still covers the thumbnail (invalid
-// when none does): the JPEG decoder then scales in the DCT and never builds the full-size image.
-QSize jpegDecodeSize(QSize stored) {
-    const QSize wanted = boundedSize(stored);
-    for (int divisor = 8; divisor > 1; divisor /= 2)
-        if (stored.width() / divisor >= wanted.width() && stored.height() / divisor >= wanted.height())
-            return stored / divisor;
-    return {};
 }
 
 // Opened by bytes, so names that are not UTF-8 decode too.
@@ -60,14 +48,7 @@ QImage BKDecodeThumbnail(const QString& path) {
     reader.setAutoTransform(true);
     const QSize stored = reader.size();
     // The reader scales the stored image, before any rotation; the longest side is the same.
-    // Qt's JPEG reader only scales in the decoder below quality 50; the last step is ours, smooth.
-    const QSize jpegSize = reader.format() == "jpeg" ? jpegDecodeSize(stored) : QSize();
-    if (jpegSize.isValid()) {
-        reader.setScaledSize(jpegSize);
-        reader.setQuality(kFastDecodeQuality);
-    } else if (stored.isValid()) {
-        reader.setScaledSize(boundedSize(stored));
-    }
+    if (stored.isValid()) reader.setScaledSize(boundedSize(stored));
     QImage image = reader.read();
     if (image.isNull()) {
         qCDebug(lcFiles) << "no thumbnail for" << path << reader.errorString();
