@@ -107,15 +107,8 @@ int rowNamed(FBFileBrowserViewController* browser, const QString& name) {
     return int(browser->items().indexOf(itemNamed(browser, name)));
 }
 
-void openSwipe(FBFileBrowserViewController* browser, int row) {
-    auto* list = browser->view()->findChild<QQuickItem*>(QStringLiteral("fileList"));
-    QQuickItem* content = list ? list->property("contentItem").value<QQuickItem*>() : nullptr;
-    if (!content) return;
-    for (QQuickItem* item : content->childItems()) {
-        if (item->property("index").toInt() != row) continue;
-        if (QObject* swipe = item->property("swipe").value<QObject*>())
-            swipe->setProperty("position", -1.0); // fully open on the trailing side
-    }
+void revealActions(FBFileBrowserViewController* browser, int row) {
+    browser->view()->setProperty("revealedRow", row);
 }
 
 } // namespace
@@ -135,7 +128,7 @@ void registerFileManagerScenes() {
                           b->deleteItemAtIndex(rowNamed(b, QStringLiteral("scripts")));
                       }));
     ui::registerScene(QStringLiteral("files-swipe-actions"), withBrowser([](FBFileBrowserViewController* b) {
-                          openSwipe(b, rowNamed(b, QStringLiteral("config.json")));
+                          revealActions(b, rowNamed(b, QStringLiteral("config.json")));
                       }));
     ui::registerScene(QStringLiteral("files-unzip-prompt"), withBrowser([](FBFileBrowserViewController* b) {
                           b->didSelectRow(rowNamed(b, QStringLiteral("backup.zip")));

@@ -68,6 +68,8 @@ Rectangle {
                 elide: Text.ElideMiddle
                 maximumLineCount: 1
                 text: content.modelData.name.replace(/\n/g, "\u21B5")
+                // Rasterized glyphs: distance-field text costs a software-rendered frame a third more.
+                renderType: Text.NativeRendering
                 font.pixelSize: 17
                 color: SystemColors.label
             }
@@ -75,6 +77,7 @@ Rectangle {
                 width: parent.width
                 elide: Text.ElideRight
                 text: content.modelData.detail
+                renderType: Text.NativeRendering
                 font.pixelSize: 12
                 color: SystemColors.secondaryLabel
             }
@@ -115,6 +118,9 @@ Rectangle {
         width: ListView.view ? ListView.view.width - 32 : 0
         height: 60
         padding: 0
+        // A swiped row slides within its own bounds, not over the list's margin; rows at rest stay
+        // unclipped so the renderer can batch them.
+        clip: row.swipe.position !== 0
 
         background: Rectangle {
             color: row.rowColor
@@ -179,11 +185,16 @@ Rectangle {
         }
 
         onClicked: row.tapped()
-        TapHandler {
+        // Takes the right button away from the delegate, which would otherwise open the row too.
+        MouseArea {
+            anchors.fill: parent
             acceptedButtons: Qt.RightButton
-            onTapped: (point) => row.contextMenuRequested(point.position.x, point.position.y)
+            onClicked: (mouse) => row.contextMenuRequested(mouse.x, mouse.y)
         }
     }
+
+    // The row whose trailing actions stand open, as a swipe to the left leaves them; -1 for none.
+    property int revealedRow: -1
 
     ListView {
         id: list
@@ -203,6 +214,9 @@ Rectangle {
         // qmllint disable unqualified
         delegate: FileRow {
             id: fileRow
+            readonly property bool revealed: root.revealedRow === fileRow.index
+            onRevealedChanged: if (fileRow.revealed) fileRow.swipe.open(SwipeDelegate.Right)
+            Component.onCompleted: if (fileRow.revealed) fileRow.swipe.open(SwipeDelegate.Right)
             onTapped: {
                 list.currentIndex = fileRow.index
                 list.forceActiveFocus()

@@ -67,7 +67,6 @@ class TestFileBrowser : public QObject {
     void tapOnRow();
     void createAndCollide_data();
     void createAndCollide();
-    void renameThenRelists();
     void deleteRemovesRowEvenOnFailure();
     void importCountsCopies();
     void unzipReportsAndRelists();
@@ -168,21 +167,6 @@ void TestFileBrowser::createAndCollide() {
         QCOMPARE(g_shown, QStringList{shown});
         QCOMPARE(b.items().size(), before + 1);
     }
-}
-
-void TestFileBrowser::renameThenRelists() {
-    Browser b(dir_->path());
-    b.loadContents();
-    b.renameItemAtIndex(rowNamed(b, "notes.TXT"));
-    QCOMPARE(topAlert(), QString("重命名||取消,确定"));
-    QCOMPARE(AlertController::topPresented()->textFieldText(0), QString("notes.TXT"));
-    tap("确定", "photo.png"); // taken: nothing moves
-    QVERIFY(rowNamed(b, "notes.TXT") >= 0);
-    b.renameItemAtIndex(rowNamed(b, "notes.TXT"));
-    tap("确定", "a.txt");
-    QCOMPARE(b.items().first().toMap().value("name").toString(), QString("sub"));
-    QVERIFY(rowNamed(b, "a.txt") >= 0 && rowNamed(b, "notes.TXT") < 0);
-    QVERIFY(g_shown.isEmpty());
 }
 
 void TestFileBrowser::deleteRemovesRowEvenOnFailure() {

@@ -27,9 +27,9 @@ class Scratch {
     QString dest() const { return dir_.filePath("dest"); }
     QString dest(const QString& relative) const { return dir_.filePath("dest/" + relative); }
 
-    bool unzip(const QByteArray& archive, uint64_t room = 0) {
+    bool unzip(const QByteArray& archive) {
         writeFile(path("archive.zip"), archive);
-        return unzipFile(path("archive.zip"), room);
+        return unzipFile(path("archive.zip"));
     }
     // room: what the destination's file system may still take, measured now (0: the default floor).
     bool unzipFile(const QString& archive, uint64_t room = 0) {

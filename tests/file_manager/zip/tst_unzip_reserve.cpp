@@ -29,6 +29,7 @@ quint64 bytesUnder(const QString& folder) {
 
 void TestUnzipReserve::reserve_data() {
     QTest::addColumn<QByteArray>("archive");
+    QTest::addColumn<quint64>("freeMiB");
     QTest::addColumn<QStringList>("output");
     // Zeros deflate to almost nothing: the sizes below are what lands on the disk.
     const Entry hundred = deflated("part", QByteArray(1 << 20, '\0'), 100 << 20);
@@ -39,12 +40,15 @@ void TestUnzipReserve::reserve_data() {
     QTest::newRow("400 MiB honest archive, 600 MiB free")
         << build({named(hundred, "a.bin"), named(hundred, "b.bin"), named(hundred, "c.bin"),
                   named(hundred, "d.bin")})
-        << QStringList({"a.bin", "b.bin", "c.bin", "d.bin"});
+        << quint64(600) << QStringList({"a.bin", "b.bin", "c.bin", "d.bin"});
     const Entry quarter = deflated("big", QByteArray(1 << 20, '\0'), 256 << 20);
     QTest::newRow("honest bomb: 4 x 256 MiB")
-        << build({named(quarter, "1.bin"), named(quarter, "2.bin"), named(quarter, "3.bin"),
-                  named(quarter, "4.bin"), stored("small.txt", "small")})
-        << QStringList({"1.bin", "small.txt"});
+        << build({stored("before.txt", "before"), named(quarter, "1.bin"), named(quarter, "2.bin"),
+                  named(quarter, "3.bin"), named(quarter, "4.bin"), stored("small.txt", "small")})
+        << quint64(600) << QStringList({"1.bin", "before.txt", "small.txt"});
+    QTest::newRow("stored entry past the reserve")
+        << build({stored("big.bin", QByteArray(24 << 20, 'x')), stored("small.txt", "small")}) << quint64(140)
+        << QStringList{"small.txt"};
     // Every entry points at the same data: overlapping entries never get past the first.
     Entry shared = named(quarter, "x0.bin");
     std::vector<Entry> overlapping{shared};
@@ -53,15 +57,16 @@ void TestUnzipReserve::reserve_data() {
         alias.localHeaderOffset = 0;
         overlapping.push_back(alias);
     }
-    QTest::newRow("overlapping bomb") << build(overlapping) << QStringList{"x0.bin"};
+    QTest::newRow("overlapping bomb") << build(overlapping) << quint64(600) << QStringList{"x0.bin"};
 }
 
 void TestUnzipReserve::reserve() {
     QFETCH(QByteArray, archive);
+    QFETCH(quint64, freeMiB);
     QFETCH(QStringList, output);
     Scratch s;
     const QString dest = s.dest();
-    const quint64 freeAtStart = 600 * kMiB;
+    const quint64 freeAtStart = freeMiB * kMiB;
     quint64 lowestFree = freeAtStart;
     brisko::UnzipLimits limits; // the shipped reserve
     limits.freeSpace = [&](int, uint64_t& available) {
