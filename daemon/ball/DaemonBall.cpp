@@ -68,11 +68,20 @@ void DaemonBall::hideBall() {
     send("hide\n");
 }
 
-// A new session may bring a display, or take it: the ball follows, and a closed ball returns.
+// A new session may bring a display or take it; the ball follows it there, and a closed ball
+// comes back on a new display. Sessions without a screen (a login over ssh) change nothing.
 void DaemonBall::onSessionsChanged() {
+    const SessionDisplay now = displayForOwner();
+    if (now.display == shownOn_.display && now.xauthority == shownOn_.xauthority) return;
     stopHelper();
     closed_ = false;
     showIfReachable();
+}
+
+SessionDisplay DaemonBall::displayForOwner() const {
+    LaunchPlan plan;
+    if (!fillOwnerIdentity(documents_, &plan)) return {};
+    return daemon_.supervisor().sessionDisplays().forUser(plan.changeIdentity ? plan.uid : geteuid());
 }
 
 void DaemonBall::showIfReachable() {
@@ -85,6 +94,7 @@ void DaemonBall::launch() {
     if (!fillOwnerIdentity(documents_, &plan)) return;
     if (!plan.changeIdentity) plan.uid = geteuid();
     const SessionDisplay display = daemon_.supervisor().sessionDisplays().forUser(plan.uid);
+    shownOn_ = display;
     if (display.display.isEmpty()) return; // no screen: the daemon runs without a ball
     int channel[2];
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, channel) != 0) return;

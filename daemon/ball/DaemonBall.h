@@ -5,6 +5,7 @@
 
 #include "daemon/Floatball.h"
 #include "daemon/ball_seam.h"
+#include "daemon/session_display.h"
 
 #include <QObject>
 #include <QSocketNotifier>
@@ -28,6 +29,7 @@ class DaemonBall : public QObject, public BallPresenter {
     void showIfReachable();
     void launch();
     void onSessionsChanged();
+    SessionDisplay displayForOwner() const;
     void readWords();
     void onHelperExited();
     void send(const QByteArray& line);
@@ -36,7 +38,8 @@ class DaemonBall : public QObject, public BallPresenter {
     Floatball& daemon_;
     QString documents_;
     QString helper_;
-    bool closed_ = false; // "close" holds until the next session comes
+    bool closed_ = false; // "close" holds until the ball's display changes
+    SessionDisplay shownOn_;
     pid_t pid_ = -1;
     int input_ = -1;
     int output_ = -1;
