@@ -45,15 +45,16 @@ struct ChildStart {
     _exit(127);
 }
 
-// The child shares our memory and our threads' locks: raw system calls only. glibc's setuid would
-// signal the parent's threads, so identity changes go straight to the kernel.
+// The child shares our memory and our threads' locks, so only async-signal-safe calls; and glibc's
+// setuid would signal the parent's threads, so identity changes go straight to the kernel.
 bool takeIdentity(const LaunchPlan& plan) {
     return syscall(SYS_setgroups, plan.groups.size(), plan.groups.data()) == 0 &&
            syscall(SYS_setresgid, plan.gid, plan.gid, plan.gid) == 0 &&
            syscall(SYS_setresuid, plan.uid, plan.uid, plan.uid) == 0;
 }
 
-// Handlers go back to default before signals are let in: ours must never run in the child.
+// Handlers go back to default before signals are let in: ours must never run in the child, and
+// ignored signals would survive exec.
 void resetSignals() {
     struct sigaction deflt {};
     deflt.sa_handler = SIG_DFL;
