@@ -10,7 +10,6 @@
 #include <QPointer>
 
 #include <csignal>
-#include <pwd.h>
 #include <unistd.h>
 
 namespace brisko::daemon {
@@ -19,29 +18,18 @@ namespace {
 const QString kAlreadyRunning = QStringLiteral("脚本已在运行");
 const QString kNotRunning = QStringLiteral("脚本未在运行");
 
-QByteArray homeOf(uid_t uid) {
-    const passwd* pw = getpwuid(uid);
-    return pw ? QByteArray(pw->pw_dir) : QByteArray("/");
-}
-
-QByteArray userOf(uid_t uid) {
-    const passwd* pw = getpwuid(uid);
-    return pw ? QByteArray(pw->pw_name) : QByteArray::number(uid);
-}
-
-QList<QByteArray> scriptEnvironment(const QString& documents, uid_t uid) {
-    const QByteArray user = userOf(uid);
+QList<QByteArray> scriptEnvironment(const QString& documents, const LaunchPlan& plan,
+                                    const SessionDisplay& display) {
     QList<QByteArray> env{"PATH=" + executableSearchPath().join(u':').toLocal8Bit(),
-                          "HOME=" + homeOf(uid),
-                          "USER=" + user,
-                          "LOGNAME=" + user,
+                          "HOME=" + plan.home,
+                          "USER=" + plan.userName,
+                          "LOGNAME=" + plan.userName,
                           "LANG=C.UTF-8",
                           "PYTHONUNBUFFERED=1", // print() reaches the log as it happens
                           "BRISKO_DOCUMENTS=" + QFile::encodeName(documents)};
-    const SessionDisplay display = findSessionDisplay(uid);
     if (!display.display.isEmpty()) env << "DISPLAY=" + display.display;
     if (!display.xauthority.isEmpty()) env << "XAUTHORITY=" + display.xauthority;
-    const QByteArray runtimeDir = "/run/user/" + QByteArray::number(uid);
+    const QByteArray runtimeDir = "/run/user/" + QByteArray::number(plan.uid);
     if (QFile::exists(QString::fromLatin1(runtimeDir))) env << "XDG_RUNTIME_DIR=" + runtimeDir;
     return env;
 }
@@ -64,7 +52,7 @@ LaunchPlan ScriptSupervisor::launchSpecFor(const EntryPoint& entry, QString* err
     plan.arguments << plan.program;
     for (const QString& argument : entry.arguments)
         plan.arguments << QFile::encodeName(argument);
-    plan.environment = scriptEnvironment(documents_, plan.uid);
+    plan.environment = scriptEnvironment(documents_, plan, displays_.forUser(plan.uid));
     plan.workingDirectory = QFile::encodeName(documents_ + QStringLiteral("/app"));
     return plan;
 }

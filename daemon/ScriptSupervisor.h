@@ -5,6 +5,7 @@
 #include "daemon/entry_point.h"
 #include "daemon/script_run.h"
 #include "daemon/script_state.h"
+#include "daemon/session_display.h"
 
 #include <QObject>
 #include <QString>
@@ -29,6 +30,7 @@ class ScriptSupervisor : public QObject {
     QString resume();
 
     void setLogRotationBytes(qint64 bytes) { rotateAt_ = bytes; }
+    SessionDisplays& sessionDisplays() { return displays_; }
 
   signals:
     void stateChanged(brisko::daemon::ScriptState state);
@@ -39,6 +41,7 @@ class ScriptSupervisor : public QObject {
     void setState(ScriptState state);
 
     QString documents_;
+    SessionDisplays displays_;
     qint64 rotateAt_ = kLogRotationBytes;
     std::unique_ptr<ScriptRun> run_;
     quint64 runId_ = 0;

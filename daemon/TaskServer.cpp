@@ -19,13 +19,12 @@ namespace {
 
 constexpr char kReceivedProperty[] = "brisko_received";
 constexpr char kIdleGenerationProperty[] = "brisko_idle_generation";
+constexpr char kHeadProperty[] = "brisko_head"; // the request's bytes until its header block ends
 
-QByteArray tooLargeReply() {
-    const QByteArray body =
-        QJsonDocument(taskReply(QStringLiteral("请求过大"))).toJson(QJsonDocument::Compact);
-    return "HTTP/1.1 413 Payload Too Large\r\nContent-Type: application/json\r\nConnection: close\r\n"
-           "Content-Length: " +
-           QByteArray::number(body.size()) + "\r\n\r\n" + body;
+QByteArray refusal(const QByteArray& status, const QString& error) {
+    const QByteArray body = QJsonDocument(taskReply(error)).toJson(QJsonDocument::Compact);
+    return "HTTP/1.1 " + status + "\r\nContent-Type: application/json\r\nConnection: close\r\n" +
+           "Content-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body;
 }
 
 } // namespace
@@ -54,6 +53,7 @@ void GuardedTcpServer::incomingConnection(qintptr descriptor) {
     connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
     // Connected before the HTTP server's own handler, so this sees each chunk first.
     connect(socket, &QTcpSocket::readyRead, this, [this, socket] { countIncoming(socket); });
+    socket->setProperty(kHeadProperty, QByteArray());
     armIdleTimer(socket);
     addPendingConnection(socket);
 }
@@ -61,15 +61,41 @@ void GuardedTcpServer::incomingConnection(qintptr descriptor) {
 void GuardedTcpServer::countIncoming(QTcpSocket* socket) {
     const qint64 received = socket->property(kReceivedProperty).toLongLong() + socket->bytesAvailable();
     socket->setProperty(kReceivedProperty, received);
-    if (received <= kMaxRequestBytes) return;
-    qCDebug(lcDaemon, "task endpoint: request over %lld bytes refused", kMaxRequestBytes);
-    socket->write(tooLargeReply());
-    socket->flush();
-    socket->abort();
+    if (received > kMaxRequestBytes) {
+        qCDebug(lcDaemon, "task endpoint: request over %lld bytes refused", kMaxRequestBytes);
+        socket->write(refusal("413 Payload Too Large", QStringLiteral("请求过大")));
+        socket->flush();
+        socket->abort();
+        return;
+    }
+    if (!socket->property(kHeadProperty).isValid()) return; // the body is the server's to judge
+    const QByteArray head =
+        socket->property(kHeadProperty).toByteArray() + socket->peek(socket->bytesAvailable());
+    switch (screenRequestHead(head)) {
+    case RequestHead::Incomplete:
+        socket->setProperty(kHeadProperty, head);
+        break;
+    case RequestHead::Complete:
+        socket->setProperty(kHeadProperty, QVariant());
+        break;
+    case RequestHead::Malformed:
+        refuseMalformed(socket);
+        break;
+    }
+}
+
+// Read out here, the bytes never reach the HTTP server, which would wait for more.
+void GuardedTcpServer::refuseMalformed(QTcpSocket* socket) {
+    qCDebug(lcDaemon, "task endpoint: not an HTTP request, refused");
+    socket->skip(socket->bytesAvailable());
+    socket->setProperty(kHeadProperty, QVariant());
+    socket->write(refusal("400 Bad Request", QStringLiteral("请求无效")));
+    socket->disconnectFromHost();
 }
 
 void GuardedTcpServer::requestAnswered(QTcpSocket* socket) {
     socket->setProperty(kReceivedProperty, qint64(0));
+    socket->setProperty(kHeadProperty, QByteArray());
     armIdleTimer(socket);
 }
 

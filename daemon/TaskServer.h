@@ -1,7 +1,8 @@
 #pragma once
 // The task endpoint: GET /task?cmd=WORD on loopback, answered with {"ok":…} JSON.
-// Refuses cross-site and rebound requests, caps request size and live connections, and drops
-// a client that sends no complete request in time, so no client can hold the others up.
+// Refuses cross-site and rebound requests, caps request size and live connections, answers what
+// cannot be HTTP with 400 at once, and drops a client that sends no complete request in time, so
+// no client can hold the others up.
 
 #include <QAbstractHttpServer>
 #include <QJsonObject>
@@ -30,6 +31,7 @@ class GuardedTcpServer : public QTcpServer {
   private:
     void armIdleTimer(QTcpSocket* socket);
     void countIncoming(QTcpSocket* socket);
+    void refuseMalformed(QTcpSocket* socket);
     int live_ = 0;
 };
 

@@ -2,6 +2,7 @@
 // keeps running when the application quits; a second one for the same folder leaves at once.
 
 #include "daemon/Floatball.h"
+#include "daemon/ball/DaemonBall.h"
 #include "daemon/instance_lock.h"
 #include "daemon/logging.h"
 
@@ -47,6 +48,8 @@ int main(int argc, char** argv) {
     if (const int port = qEnvironmentVariableIntValue("FLOATBALL_DEBUG_PORT"); port > 0 && port < 65536)
         daemon.setDebugPort(quint16(port));
     if (!daemon.start()) return 1;
+    DaemonBall ball(daemon, documents,
+                    QCoreApplication::applicationDirPath() + QStringLiteral("/floatball-ball"));
     if (argc == 3) {
         const QString error = daemon.supervisor().start();
         if (!error.isEmpty()) qCDebug(lcDaemon, "autorun: %s", qPrintable(error));

@@ -19,10 +19,24 @@ namespace {
 // A line longer than this is written in pieces rather than held without bound.
 constexpr qsizetype kLongestLine = 64 * 1024;
 
+// Eight bytes at a time: this runs over every byte a fast writer sends.
 bool isAscii(const char* data, qsizetype size) {
-    for (qsizetype i = 0; i < size; ++i)
-        if (static_cast<unsigned char>(data[i]) >= 0x80) return false;
-    return true;
+    quint64 seen = 0;
+    qsizetype i = 0;
+    for (quint64 word; i + 8 <= size; i += 8) {
+        memcpy(&word, data + i, 8);
+        seen |= word;
+    }
+    for (; i < size; ++i)
+        seen |= static_cast<unsigned char>(data[i]);
+    return (seen & 0x8080808080808080ULL) == 0;
+}
+
+// Plain copies into a buffer whose capacity outlives the chunk.
+void appendBytes(QByteArray& out, const char* data, qsizetype size) {
+    const qsizetype at = out.size();
+    out.resize(at + size);
+    memcpy(out.data() + at, data, size_t(size));
 }
 
 bool writeAll(int fd, const char* data, qsizetype size) {
@@ -69,32 +83,41 @@ ScriptLog::~ScriptLog() {
     if (fd_ >= 0) ::close(fd_);
 }
 
+// One timestamp and one write per chunk; the chunk is checked for UTF-8 once, not line by line.
 void ScriptLog::append(const char* data, qsizetype size) {
     const QByteArray stamp = logTimestamp();
-    QByteArray out;
-    out.reserve(size + size / 8 + stamp.size());
-    qsizetype start = 0;
-    for (const char* nl; (nl = static_cast<const char*>(memchr(data + start, '\n', size_t(size - start))));) {
-        const qsizetype end = nl - data;
-        out += stamp;
-        if (partial_.isEmpty()) {
-            appendValidUtf8(out, data + start, end - start);
-        } else {
-            partial_.append(data + start, end - start);
-            appendValidUtf8(out, partial_.constData(), partial_.size());
-            partial_.clear();
-        }
-        out += '\n';
-        start = end + 1;
-    }
-    partial_.append(data + start, size - start);
+    const bool ascii = isAscii(data, size);
+    out_.resize(0);
+    out_.reserve(size + (size / 16 + 1) * stamp.size());
+    const char* line = data;
+    const char* const end = data + size;
+    for (const char* nl; (nl = static_cast<const char*>(memchr(line, '\n', size_t(end - line))));
+         line = nl + 1)
+        appendLine(stamp, line, nl - line, ascii);
+    partial_.append(line, end - line);
     if (partial_.size() >= kLongestLine) {
-        out += stamp;
-        appendValidUtf8(out, partial_.constData(), partial_.size());
-        out += '\n';
+        out_ += stamp;
+        appendValidUtf8(out_, partial_.constData(), partial_.size());
+        out_ += '\n';
         partial_.clear();
     }
-    if (!out.isEmpty()) writeOut(out);
+    if (!out_.isEmpty()) writeOut(out_);
+}
+
+void ScriptLog::appendLine(const QByteArray& stamp, const char* line, qsizetype size, bool ascii) {
+    appendBytes(out_, stamp.constData(), stamp.size());
+    if (ascii && partial_.isEmpty()) {
+        appendBytes(out_, line, size + 1); // with its newline
+        return;
+    }
+    if (!partial_.isEmpty()) {
+        partial_.append(line, size);
+        appendValidUtf8(out_, partial_.constData(), partial_.size());
+        partial_.clear();
+    } else {
+        appendValidUtf8(out_, line, size);
+    }
+    out_ += '\n';
 }
 
 void ScriptLog::note(const QString& text) {

@@ -26,6 +26,7 @@ class ScriptLog {
     void note(const QString& text);
 
   private:
+    void appendLine(const QByteArray& stamp, const char* line, qsizetype size, bool ascii);
     void flushPartial(const QByteArray& stamp);
     void writeOut(const QByteArray& text);
     bool ensureOpen();
@@ -41,6 +42,7 @@ class ScriptLog {
     ino_t inode_ = 0;
     qint64 size_ = 0;
     QByteArray partial_;
+    QByteArray out_; // kept between chunks so its capacity is reused
 };
 
 // Bytes that are not UTF-8 become U+FFFD, so the log always decodes.

@@ -17,10 +17,13 @@ struct LaunchPlan {
     QList<QByteArray> arguments; // argv[0] included
     QList<QByteArray> environment;
     QByteArray workingDirectory;
+    int inputFd = -1;            // standard input; /dev/null when -1
     bool changeIdentity = false; // only as root
     uid_t uid = 0;
     gid_t gid = 0;
     std::vector<gid_t> groups;
+    QByteArray userName; // the uid's number when it has no name
+    QByteArray home;     // "/" when it has none
 };
 
 struct LaunchedScript {
@@ -30,7 +33,8 @@ struct LaunchedScript {
     QString error;
 };
 
-// The identity and groups of whoever owns path; false when it cannot be read.
+// The identity, groups, name and home of whoever owns path; false when it cannot be read. The
+// user database is read again only when /etc/passwd or /etc/group changed.
 bool fillOwnerIdentity(const QString& path, LaunchPlan* plan);
 
 LaunchedScript launchScript(const LaunchPlan& plan);

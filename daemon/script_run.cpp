@@ -13,8 +13,8 @@
 namespace brisko::daemon {
 namespace {
 
-constexpr int kReadBytes = 256 * 1024;
-constexpr int kExitPollMs = 50; // only without a pidfd
+constexpr int kReadBytes = 1 << 20; // the whole pipe in one read when the log falls behind
+constexpr int kExitPollMs = 50;     // only without a pidfd
 
 } // namespace
 
@@ -43,18 +43,24 @@ void ScriptRun::signalGroup(int signal) const {
         qCDebug(lcDaemon, "signal %d to group %d: %s", signal, int(launched_.pid), strerror(errno));
 }
 
+// The exit is only asked for when the pidfd says so: a fast writer costs one poll and one read
+// per chunk, nothing more.
 void ScriptRun::run() {
-    std::vector<char> buffer(kReadBytes);
+    // Not zeroed: only the pages a read fills are ever touched, so a short script pays for none.
+    buffer_.reset(new char[kReadBytes]);
     pollfd fds[2] = {{launched_.outputFd, POLLIN, 0}, {launched_.pidFd, POLLIN, 0}};
+    const int timeout = launched_.pidFd >= 0 ? -1 : kExitPollMs;
     int status = 0;
-    while (!waitForExit(&status)) {
-        if (poll(fds, 2, launched_.pidFd >= 0 ? -1 : kExitPollMs) < 0 && errno != EINTR) break;
-        if (!(fds[0].revents & (POLLIN | POLLHUP))) continue;
-        const ssize_t n = ::read(launched_.outputFd, buffer.data(), buffer.size());
-        if (n > 0)
-            log_->append(buffer.data(), n);
-        else if (n == 0)
-            fds[0].fd = -1; // closed by the script; keep waiting for its exit
+    for (bool exited = false; !exited;) {
+        if (poll(fds, 2, timeout) < 0 && errno != EINTR) break;
+        if (fds[0].revents & (POLLIN | POLLHUP)) {
+            const ssize_t n = ::read(launched_.outputFd, buffer_.get(), kReadBytes);
+            if (n > 0)
+                log_->append(buffer_.get(), n);
+            else if (n == 0)
+                fds[0].fd = -1; // closed by the script; keep waiting for its exit
+        }
+        if (launched_.pidFd < 0 || (fds[1].revents & POLLIN)) exited = waitForExit(&status);
     }
     // What the script's children still do dies with it; what they wrote is kept.
     signalGroup(SIGKILL);
@@ -73,11 +79,10 @@ bool ScriptRun::waitForExit(int* status) {
 }
 
 void ScriptRun::drainOutput() {
-    std::vector<char> buffer(kReadBytes);
     fcntl(launched_.outputFd, F_SETFL, O_NONBLOCK);
     ssize_t n;
-    while ((n = ::read(launched_.outputFd, buffer.data(), buffer.size())) > 0)
-        log_->append(buffer.data(), n);
+    while ((n = ::read(launched_.outputFd, buffer_.get(), kReadBytes)) > 0)
+        log_->append(buffer_.get(), n);
 }
 
 } // namespace brisko::daemon

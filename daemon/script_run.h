@@ -31,6 +31,7 @@ class ScriptRun {
     LaunchedScript launched_;
     std::unique_ptr<ScriptLog> log_;
     std::function<void(int)> onExit_;
+    std::unique_ptr<char[]> buffer_; // the run thread's own
     std::thread thread_;
 };
 

@@ -95,4 +95,24 @@ SessionDisplay findSessionDisplay(uid_t uid) {
     return any.display.isEmpty() ? ownEnvironment() : any;
 }
 
+SessionDisplays::SessionDisplays(QObject* parent) : QObject(parent) {
+    const QString manager = QStringLiteral("org.freedesktop.login1.Manager");
+    QDBusConnection bus = QDBusConnection::systemBus();
+    for (const QString& signal : {QStringLiteral("SessionNew"), QStringLiteral("SessionRemoved")})
+        if (!bus.connect(kLogind, QStringLiteral("/org/freedesktop/login1"), manager, signal, this,
+                         SLOT(sessionsChanged())))
+            qCDebug(lcDaemon, "cannot follow logind's %s; the display is looked up once", qPrintable(signal));
+}
+
+SessionDisplay SessionDisplays::forUser(uid_t uid) const {
+    const auto known = known_.constFind(uid);
+    if (known != known_.cend()) return *known;
+    return *known_.insert(uid, findSessionDisplay(uid));
+}
+
+void SessionDisplays::sessionsChanged() {
+    known_.clear();
+    emit changed();
+}
+
 } // namespace brisko::daemon

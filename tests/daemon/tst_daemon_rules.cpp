@@ -84,6 +84,35 @@ class DaemonRulesTest : public QObject {
         QCOMPARE(isLoopbackRequestAllowed(list, 8989), allowed);
     }
 
+    // A request arrives in pieces: no honest beginning may be judged before it is whole.
+    void requestHead_data() {
+        QTest::addColumn<QByteArray>("received");
+        QTest::addColumn<int>("verdict");
+        const int incomplete = int(RequestHead::Incomplete), complete = int(RequestHead::Complete),
+                  malformed = int(RequestHead::Malformed);
+        QTest::newRow("nothing yet") << QByteArray() << incomplete;
+        QTest::newRow("half a method") << QByteArray("GE") << incomplete;
+        QTest::newRow("half a version") << QByteArray("GET / HTTP/1") << incomplete;
+        QTest::newRow("line cut at its CR") << QByteArray("GET / HTTP/1.1\r") << incomplete;
+        QTest::newRow("headers under way") << QByteArray("GET / HTTP/1.1\r\nHost: x\r\n") << incomplete;
+        QTest::newRow("empty lines first") << QByteArray("\r\n\r\nGET / HTTP/1.0\r\n\r\n") << complete;
+        QTest::newRow("whole") << QByteArray("GET /task?cmd=start HTTP/1.1\r\nHost: x\r\n\r\nbody\x01")
+                               << complete;
+        QTest::newRow("utf-8 in a header value")
+            << QByteArray("GET / HTTP/1.1\r\nX: \xe4\xb8\xad\r\n\r\n") << complete;
+        QTest::newRow("method too long") << QByteArray(17, 'A') << malformed;
+        QTest::newRow("two spaces") << QByteArray("GET  /") << malformed;
+        QTest::newRow("four parts") << QByteArray("GET / HTTP/1.1 x") << malformed;
+        QTest::newRow("unknown version") << QByteArray("GET / HTTP/3.0\r\n") << malformed;
+        QTest::newRow("bare LF line") << QByteArray("GET / HTTP/1.1\nHost: x\n\n") << malformed;
+        QTest::newRow("binary in the target") << QByteArray("GET /\x80 HTTP/1.1\r\n") << malformed;
+    }
+    void requestHead() {
+        QFETCH(QByteArray, received);
+        QFETCH(int, verdict);
+        QCOMPARE(int(screenRequestHead(received)), verdict);
+    }
+
     void entryPoint_data() {
         QTest::addColumn<QStringList>("files"); // under app/; "+x" marks an executable
         QTest::addColumn<QStringList>("interpreters");

@@ -54,7 +54,7 @@ class TaskServerTest : public QObject {
   private slots:
     void requests_data() {
         QTest::addColumn<QByteArray>("request"); // HOST stands for the server's own authority
-        QTest::addColumn<QByteArray>("status");  // "" for a connection closed without an answer
+        QTest::addColumn<QByteArray>("status");
         QTest::addColumn<bool>("ran");
         const QByteArray get = "GET /task?cmd=start HTTP/1.1\r\n";
         QTest::newRow("the application") << get + "Host: HOST\r\n\r\n"
@@ -79,14 +79,23 @@ class TaskServerTest : public QObject {
         QTest::newRow("huge body") << get + "Host: HOST\r\nContent-Length: 1000000\r\n\r\n" +
                                           QByteArray(20000, 'b')
                                    << QByteArray("413") << false;
-        QTest::newRow("garbage") << QByteArray(
-                                        "\x16\x03\x01\x02\x00\x01\x00\x01\xfc\x03\x03 not http\r\n\r\n")
-                                 << QByteArray() << false;
+        // Not HTTP: answered at once, with no idle timer running to do it instead.
+        const QByteArray bad("HTTP/1.1 400 Bad Request");
+        QTest::newRow("tls hello") << QByteArray("\x16\x03\x01\x02\x00\x01\x00\x01\xfc\x03\x03", 11) << bad
+                                   << false;
+        QTest::newRow("nul bytes") << QByteArray(64, '\0') << bad << false;
+        QTest::newRow("lowercase method") << QByteArray("get /task?cmd=start HTTP/1.1\r\n") << bad << false;
+        QTest::newRow("no version") << QByteArray("GET /task?cmd=start\r\nHost: HOST\r\n\r\n") << bad
+                                    << false;
+        QTest::newRow("http/2 preface") << QByteArray("PRI * HTTP/2.0\r\n\r\nSM\r\n\r\n") << bad << false;
+        QTest::newRow("control byte in a header") << get + "Host: HOST\r\nX-A: \x01\r\n\r\n" << bad << false;
+        QTest::newRow("smtp greeting") << QByteArray("EHLO example.org\r\n") << bad << false;
     }
     void requests() {
         QFETCH(QByteArray, request);
         QFETCH(QByteArray, status);
         QFETCH(bool, ran);
+        brisko::testing::ManualScheduler clock;
         Endpoint endpoint;
         QTcpSocket client;
         client.connectToHost(QHostAddress::LocalHost, endpoint.server.port());
