@@ -47,7 +47,6 @@ LaunchPlan ScriptSupervisor::launchSpecFor(const EntryPoint& entry, QString* err
         *error = QStringLiteral("无法读取文档目录");
         return plan;
     }
-    if (!plan.changeIdentity) plan.uid = geteuid(); // not root: the script runs as we do
     plan.program = QFile::encodeName(entry.program);
     plan.arguments << plan.program;
     for (const QString& argument : entry.arguments)

@@ -140,13 +140,14 @@ LaunchedScript failure(int error) {
 bool fillOwnerIdentity(const QString& path, LaunchPlan* plan) {
     struct stat st {};
     if (::stat(QFile::encodeName(path).constData(), &st) != 0) return false;
-    const UserRecord& user = userRecord(st.st_uid, st.st_gid);
-    plan->uid = st.st_uid;
-    plan->gid = st.st_gid;
+    // Only root can become the owner; anyone else runs the script as itself, and says so.
+    plan->changeIdentity = geteuid() == 0;
+    plan->uid = plan->changeIdentity ? st.st_uid : geteuid();
+    plan->gid = plan->changeIdentity ? st.st_gid : getegid();
+    const UserRecord& user = userRecord(plan->uid, plan->gid);
     plan->groups = user.groups;
     plan->userName = user.name;
     plan->home = user.home;
-    plan->changeIdentity = geteuid() == 0;
     return true;
 }
 
