@@ -33,8 +33,9 @@ struct LaunchedScript {
     QString error;
 };
 
-// The identity, groups, name and home of whoever owns path; false when it cannot be read. The
-// user database is read again only when /etc/passwd or /etc/group changed.
+// The identity, groups, name and home the script runs with: whoever owns path when we are root, else
+// our own; false when path cannot be read. The user database is read again only when /etc/passwd or
+// /etc/group changed.
 bool fillOwnerIdentity(const QString& path, LaunchPlan* plan);
 
 LaunchedScript launchScript(const LaunchPlan& plan);
