@@ -7,6 +7,7 @@
 #include "platform/ui/scenes.h"
 
 #include <QFile>
+#include <QTextCursor>
 #include <QTemporaryDir>
 
 #include <functional>
@@ -83,7 +84,7 @@ void registerTextEditorScenes() {
     ui::registerScene(
         QStringLiteral("editor-unsaved-question"),
         editorScene(QStringLiteral("main.go"), kGoSource, [](FBTextEditorViewController* editor) {
-            editor->textEdited();
+            QTextCursor(editor->document()).insertText(QStringLiteral("// 待办\n"));
             if (_rootNav) _rootNav->backButtonTapped();
         }));
     ui::registerScene(QStringLiteral("editor-binary-refused"),
