@@ -55,8 +55,8 @@ struct Run {
 Run openOnce(bench::ScreenPush& push, const QString& path) {
     BKLogViewController* viewer = nullptr;
     Run run;
-    run.ms = push.time<BKLogViewController>([&] { return viewer = new BKLogViewController(path); },
-                                            showsLastLine);
+    run.ms =
+        push.time<BKLogViewController>([&] { return viewer = new BKLogViewController(path); }, showsLastLine);
     QEventLoop loop;
     QObject::connect(viewer->lines(), &LogLinesModel::fullyIndexed, &loop, &QEventLoop::quit);
     if (!viewer->lines()->isFullyIndexed()) loop.exec();

@@ -28,7 +28,8 @@ QFont editorFont() {
 // A file whose first line ends in CRLF is written back with CRLF.
 QString lineBreakOf(const QString& text) {
     const qsizetype newline = text.indexOf(QLatin1Char('\n'));
-    return newline > 0 && text[newline - 1] == QLatin1Char('\r') ? QStringLiteral("\r\n") : QStringLiteral("\n");
+    return newline > 0 && text[newline - 1] == QLatin1Char('\r') ? QStringLiteral("\r\n")
+                                                                 : QStringLiteral("\n");
 }
 } // namespace
 

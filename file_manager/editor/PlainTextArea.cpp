@@ -119,7 +119,8 @@ void PlainTextArea::paintBlock(QPainter* painter, const QTextBlock& block, QPoin
 
 int PlainTextArea::positionAt(QPointF point) const {
     if (!m_document) return 0;
-    const QPointF content(point.x() + m_viewportX - m_horizontalPadding, point.y() + m_viewportY - m_verticalPadding);
+    const QPointF content(point.x() + m_viewportX - m_horizontalPadding,
+                          point.y() + m_viewportY - m_verticalPadding);
     return layout()->hitTest(content, Qt::FuzzyHit);
 }
 
@@ -208,7 +209,8 @@ void PlainTextArea::mousePressEvent(QMouseEvent* event) {
     // A mouse drag selects; a finger's drag is left to the flickable around.
     setKeepMouseGrab(event->pointingDevice()->type() == QInputDevice::DeviceType::Mouse);
     const bool extend = event->modifiers() & Qt::ShiftModifier;
-    m_cursor.setPosition(positionAt(event->position()), extend ? QTextCursor::KeepAnchor : QTextCursor::MoveAnchor);
+    m_cursor.setPosition(positionAt(event->position()),
+                         extend ? QTextCursor::KeepAnchor : QTextCursor::MoveAnchor);
     cursorMoved();
 }
 

@@ -7,8 +7,8 @@
 #include "platform/ui/scenes.h"
 
 #include <QFile>
-#include <QTextCursor>
 #include <QTemporaryDir>
+#include <QTextCursor>
 
 #include <functional>
 

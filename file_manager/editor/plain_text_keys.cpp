@@ -53,10 +53,16 @@ const Motion kMotions[] = {
 };
 
 const QKeySequence::StandardKey kEditingKeys[] = {
-    QKeySequence::Undo,   QKeySequence::Redo,       QKeySequence::Cut,
-    QKeySequence::Copy,   QKeySequence::Paste,      QKeySequence::SelectAll,
-    QKeySequence::Delete, QKeySequence::DeleteStartOfWord,
-    QKeySequence::DeleteEndOfWord, QKeySequence::InsertParagraphSeparator,
+    QKeySequence::Undo,
+    QKeySequence::Redo,
+    QKeySequence::Cut,
+    QKeySequence::Copy,
+    QKeySequence::Paste,
+    QKeySequence::SelectAll,
+    QKeySequence::Delete,
+    QKeySequence::DeleteStartOfWord,
+    QKeySequence::DeleteEndOfWord,
+    QKeySequence::InsertParagraphSeparator,
     QKeySequence::InsertLineSeparator,
 };
 

@@ -37,8 +37,8 @@ QByteArray readFile(const QString& path) {
 // A step is a character to type or a key sequence ("Ctrl+Z"). Returns whether the area took it.
 bool press(PlainTextArea& area, const QString& step) {
     const bool typed = step.size() == 1;
-    const QKeyCombination key = typed ? QKeyCombination(Qt::Key(step[0].toUpper().unicode()))
-                                      : QKeySequence::fromString(step)[0];
+    const QKeyCombination key =
+        typed ? QKeyCombination(Qt::Key(step[0].toUpper().unicode())) : QKeySequence::fromString(step)[0];
     QKeyEvent event(QEvent::KeyPress, key.key(), key.keyboardModifiers(), typed ? step : QString());
     QCoreApplication::sendEvent(&area, &event);
     return event.isAccepted();
@@ -68,7 +68,8 @@ class TextEditorTest : public QObject {
         QTest::newRow("empty") << QByteArray();
         QTest::newRow("utf-8 with crlf") << QByteArray("#!/bin/sh\r\necho \"开始\" -- 'x'\r\n");
         QTest::newRow("no final newline") << QByteArray("print(1)");
-        QTest::newRow("no-break space and tab") << QByteArray("a\xc2\xa0" "b\tc\n\n");
+        QTest::newRow("no-break space and tab") << QByteArray("a\xc2\xa0"
+                                                              "b\tc\n\n");
     }
     void roundTrips() {
         QFETCH(QByteArray, bytes);
