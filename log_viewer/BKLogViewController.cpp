@@ -4,13 +4,16 @@
 #include "app/status/app_references.h"
 #include "log_viewer/log_search.h"
 #include "platform/dispatch/dispatch.h"
+#include "platform/ui/window.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QPointer>
+#include <QQuickWindow>
 #include <QStringList>
 
 #include <algorithm>
+#include <memory>
 #include <utility>
 
 namespace brisko {
@@ -18,6 +21,20 @@ namespace brisko {
 namespace {
 inline const QString kCopyItem = QStringLiteral("copy");
 inline const QString kClearItem = QStringLiteral("clear");
+
+// Indexing the lines above the last screen competes with building the frame that shows it, so
+// it waits for that frame (or a moment, where nothing is drawn).
+void afterNextFrame(QObject* context, const std::function<void()>& fn) {
+    ui::Window* window = ui::keyWindow();
+    if (!window) return fn();
+    auto once = std::make_shared<std::function<void()>>(fn);
+    auto run = [once] {
+        if (auto pending = std::exchange(*once, nullptr)) pending();
+    };
+    QObject::connect(window->quickWindow(), &QQuickWindow::frameSwapped, context, run,
+                     Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
+    dispatchMainAfter(0.25, run);
+}
 } // namespace
 
 BKLogViewController::BKLogViewController(const QString& path) : m_path(path.isEmpty() ? _logFilePath : path) {
@@ -28,6 +45,7 @@ BKLogViewController::BKLogViewController(const QString& path) : m_path(path.isEm
     // A reloaded log invalidates where the last match was.
     connect(&m_lines, &LogLinesModel::reloaded, this, [this] { setMatch(-1, 0, 0, -1); });
     m_lines.setFont(logFontFamily(), logFontPixelSize());
+    m_lines.setHeadIndexingStart([this](const std::function<void()>& start) { afterNextFrame(this, start); });
 }
 
 QUrl BKLogViewController::viewUrl() const {
@@ -116,12 +134,14 @@ void BKLogViewController::find(const QString& text, bool forward, int fromLine) 
     if (text == m_findText && m_matchOffset >= 0) from = forward ? m_matchOffset + 1 : m_matchOffset;
     m_findText = text;
     if (!m_findActive) beginFind();
+    m_lines.setFind(needle, m_caseSensitive);
     const quint64 search = ++m_searchId;
     m_searching = true;
     emit searchingChanged();
     QPointer<BKLogViewController> self(this);
-    dispatchGlobalAsync([self, map, needle, from, forward, search] {
-        const qint64 offset = findInLog(map->data(), map->size(), needle, from, forward);
+    const bool caseSensitive = m_caseSensitive;
+    dispatchGlobalAsync([self, map, needle, from, forward, search, caseSensitive] {
+        const qint64 offset = findInLog(map->data(), map->size(), needle, from, forward, caseSensitive);
         dispatchMainAsync([self, search, offset, needle] {
             if (self) self->applyFindResult(search, offset, needle);
         });
@@ -153,12 +173,22 @@ void BKLogViewController::applyFindResult(quint64 search, qint64 offset, const Q
     setMatch(int(line), column, int(QString::fromUtf8(needle).size()), offset);
 }
 
+void BKLogViewController::setCaseSensitive(bool caseSensitive) {
+    if (m_caseSensitive == caseSensitive) return;
+    m_caseSensitive = caseSensitive;
+    emit findActiveChanged();
+    // The same text under the other rule is a new search.
+    const QString text = std::exchange(m_findText, QString());
+    if (!text.isEmpty()) find(text, true, m_matchLine);
+}
+
 void BKLogViewController::endFind() {
     ++m_searchId;
     m_findText.clear();
     m_findActive = false;
     emit findActiveChanged();
     m_findStatus.clear();
+    m_lines.setFind({}, m_caseSensitive);
     if (m_searching) {
         m_searching = false;
         emit searchingChanged();
@@ -167,7 +197,7 @@ void BKLogViewController::endFind() {
 }
 
 void BKLogViewController::setMatch(int line, int column, int length, qint64 offset) {
-    m_lines.setMatch(line, column, column + length);
+    m_lines.setCurrentMatch(offset);
     m_matchLine = line;
     m_matchColumn = column;
     m_matchLength = length;

@@ -19,11 +19,11 @@ class BKLogViewController : public brisko::ui::ViewController {
     // trip into QML whole.
     Q_PROPERTY(QString logFontFamily READ logFontFamily CONSTANT)
     Q_PROPERTY(int logFontPixelSize READ logFontPixelSize CONSTANT)
-    // The match find last landed on, as a line and a span of characters in it; line -1 for none.
+    // The line of the match find last landed on, -1 for none; the lines highlight the spans.
     Q_PROPERTY(int matchLine READ matchLine NOTIFY matchChanged)
-    Q_PROPERTY(int matchColumn READ matchColumn NOTIFY matchChanged)
-    Q_PROPERTY(int matchLength READ matchLength NOTIFY matchChanged)
     Q_PROPERTY(QString findStatus READ findStatus NOTIFY matchChanged)
+    // Off by default: "error" finds "Error" and "ERROR" (ASCII letters; other letters exactly).
+    Q_PROPERTY(bool caseSensitive READ caseSensitive WRITE setCaseSensitive NOTIFY findActiveChanged)
     Q_PROPERTY(bool searching READ searching NOTIFY searchingChanged)
     Q_PROPERTY(bool findActive READ findActive NOTIFY findActiveChanged)
     Q_PROPERTY(QString findText READ findText NOTIFY findActiveChanged)
@@ -43,6 +43,8 @@ class BKLogViewController : public brisko::ui::ViewController {
     QString findStatus() const { return m_findStatus; }
     bool searching() const { return m_searching; }
     bool findActive() const { return m_findActive; }
+    bool caseSensitive() const { return m_caseSensitive; }
+    void setCaseSensitive(bool caseSensitive);
     QString findText() const { return m_findText; }
 
     void loadLogFromFile();
@@ -83,6 +85,7 @@ class BKLogViewController : public brisko::ui::ViewController {
     QString m_findStatus;
     bool m_searching = false;
     bool m_findActive = false;
+    bool m_caseSensitive = false;
     quint64 m_searchId = 0;
 };
 

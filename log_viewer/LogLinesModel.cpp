@@ -1,6 +1,7 @@
 #include "LogLinesModel.h"
 
 #include "log_viewer/log_category.h"
+#include "log_viewer/log_search.h"
 #include "platform/dispatch/dispatch.h"
 
 #include <QFile>
@@ -48,12 +49,15 @@ void LogLinesModel::indexHeadInBackground() {
     const qint64 limit = m_starts.front();
     const quint64 generation = m_generation;
     QPointer<LogLinesModel> self(this);
-    dispatchGlobalAsync([self, map, limit, generation] {
-        LineStarts head = indexHead(map->data(), limit);
-        dispatchMainAsync([self, generation, head = std::move(head)]() mutable {
-            if (self) self->mergeHead(generation, std::move(head));
+    auto index = [self, map, limit, generation] {
+        dispatchGlobalAsync([self, map, limit, generation] {
+            LineStarts head = indexHead(map->data(), limit);
+            dispatchMainAsync([self, generation, head = std::move(head)]() mutable {
+                if (self) self->mergeHead(generation, std::move(head));
+            });
         });
-    });
+    };
+    m_headIndexingStart ? m_headIndexingStart(index) : index();
 }
 
 void LogLinesModel::mergeHead(quint64 generation, LineStarts head) {
@@ -141,7 +145,7 @@ QVariant LogLinesModel::data(const QModelIndex& index, int role) const {
     case TextRole:
         return lineText(line);
     case MatchRole:
-        return line == m_matchLine ? QVariantList{m_matchFrom, m_matchTo} : QVariantList{0, 0};
+        return matchesIn(line);
     case SelectionRole:
         return selectionIn(line);
     case FontFamilyRole:
@@ -155,7 +159,7 @@ QVariant LogLinesModel::data(const QModelIndex& index, int role) const {
 
 QHash<int, QByteArray> LogLinesModel::roleNames() const {
     return {{TextRole, "text"},
-            {MatchRole, "match"},
+            {MatchRole, "matches"},
             {SelectionRole, "selection"},
             {FontFamilyRole, "fontFamily"},
             {FontPixelSizeRole, "fontPixelSize"}};
@@ -174,13 +178,32 @@ void LogLinesModel::rowsChanged(qint64 first, qint64 last, const QList<int>& rol
     if (first <= last) emit dataChanged(index(int(first)), index(int(last)), roles);
 }
 
-void LogLinesModel::setMatch(qint64 line, int from, int to) {
-    const qint64 old = m_matchLine;
-    m_matchLine = line;
-    m_matchFrom = from;
-    m_matchTo = to;
-    if (old >= 0) rowsChanged(old, old, {MatchRole});
-    if (line >= 0) rowsChanged(line, line, {MatchRole});
+QVariantList LogLinesModel::matchesIn(qint64 line) const {
+    QVariantList spans;
+    if (m_findNeedle.isEmpty() || !m_map) return spans;
+    const QByteArrayView bytes = lineBytes(m_starts, m_map->data(), m_indexedSize, line);
+    const qint64 lineStart = lineStartOffset(line);
+    for (qint64 offset : matchesInLine(bytes, m_findNeedle, m_findCaseSensitive)) {
+        const auto from = QString::fromUtf8(bytes.first(offset)).size();
+        const auto length = QString::fromUtf8(bytes.sliced(offset, m_findNeedle.size())).size();
+        spans << QVariantMap{
+            {"from", from}, {"to", from + length}, {"current", lineStart + offset == m_currentMatch}};
+    }
+    return spans;
+}
+
+void LogLinesModel::setFind(const QByteArray& needle, bool caseSensitive) {
+    if (needle == m_findNeedle && caseSensitive == m_findCaseSensitive) return;
+    m_findNeedle = needle;
+    m_findCaseSensitive = caseSensitive;
+    rowsChanged(0, rowCount() - 1, {MatchRole});
+}
+
+void LogLinesModel::setCurrentMatch(qint64 offset) {
+    const qint64 old = m_currentMatch;
+    m_currentMatch = offset;
+    if (old >= 0) rowsChanged(lineAtOffset(old), lineAtOffset(old), {MatchRole});
+    if (offset >= 0) rowsChanged(lineAtOffset(offset), lineAtOffset(offset), {MatchRole});
 }
 
 void LogLinesModel::setSelection(qint64 anchorLine, int anchorColumn, qint64 line, int column) {

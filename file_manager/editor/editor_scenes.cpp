@@ -8,6 +8,7 @@
 
 #include <QFile>
 #include <QTemporaryDir>
+#include <QTextCursor>
 
 #include <functional>
 
@@ -83,7 +84,7 @@ void registerTextEditorScenes() {
     ui::registerScene(
         QStringLiteral("editor-unsaved-question"),
         editorScene(QStringLiteral("main.go"), kGoSource, [](FBTextEditorViewController* editor) {
-            editor->textEdited();
+            QTextCursor(editor->document()).insertText(QStringLiteral("// 待办\n"));
             if (_rootNav) _rootNav->backButtonTapped();
         }));
     ui::registerScene(QStringLiteral("editor-binary-refused"),

@@ -56,7 +56,20 @@ Rectangle {
         }
     }
 
-    // One line with what it shows of the find match and of the selection.
+    // A find match over a span of a line's text; the current one stands out.
+    component MatchMark: Rectangle {
+        required property var modelData
+        property TextEdit edit
+        readonly property rect from: edit ? edit.positionToRectangle(modelData.from) : Qt.rect(0, 0, 0, 0)
+        readonly property rect to: edit ? edit.positionToRectangle(modelData.to) : Qt.rect(0, 0, 0, 0)
+        x: (edit ? edit.x : 0) + from.x
+        y: from.y
+        width: to.y === from.y ? to.x - from.x : (edit ? edit.width : 0) - from.x
+        height: from.height
+        color: modelData.current ? SystemColors.systemOrange : Qt.rgba(1, 0.8, 0, 0.45)
+    }
+
+    // One line with what it shows of the find matches and of the selection.
     component LogLine: Item {
         id: lineItem
         required property int index
@@ -65,21 +78,18 @@ Rectangle {
         required property int fontPixelSize
         // Character spans [from, to) of this line.
         required property var selection
-        required property var match
+        required property var matches
         readonly property TextEdit textItem: edit
         width: ListView.view ? ListView.view.width : 0
         height: edit.height
 
-        Rectangle {
-            readonly property bool shown: lineItem.match[1] > lineItem.match[0]
-            readonly property rect from: shown ? edit.positionToRectangle(lineItem.match[0]) : Qt.rect(0, 0, 0, 0)
-            readonly property rect to: shown ? edit.positionToRectangle(lineItem.match[1]) : Qt.rect(0, 0, 0, 0)
-            visible: shown
-            x: edit.x + from.x
-            y: edit.y + from.y
-            width: to.y === from.y ? to.x - from.x : edit.width - from.x
-            height: from.height
-            color: SystemColors.systemYellow
+        Repeater {
+            model: lineItem.matches
+            delegate: MatchMark {}
+            onItemAdded: (index, item) => {
+                const mark = item as MatchMark
+                mark.edit = edit
+            }
         }
 
         TextEdit {
@@ -185,8 +195,24 @@ Rectangle {
             }
         }
         Text {
-            id: status
+            id: caseToggle
+            objectName: "findCaseToggle"
             anchors.right: previous.left
+            anchors.rightMargin: 16
+            anchors.verticalCenter: parent.verticalCenter
+            text: "Aa"
+            color: root.controller.caseSensitive ? SystemColors.systemBlue : SystemColors.secondaryLabel
+            font.pixelSize: 15
+            font.underline: root.controller.caseSensitive
+            MouseArea {
+                anchors.fill: parent
+                anchors.margins: -8
+                onClicked: root.controller.caseSensitive = !root.controller.caseSensitive
+            }
+        }
+        Text {
+            id: status
+            anchors.right: caseToggle.left
             anchors.rightMargin: 12
             anchors.verticalCenter: parent.verticalCenter
             text: root.controller.searching ? "…" : root.controller.findStatus

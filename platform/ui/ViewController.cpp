@@ -23,6 +23,12 @@ void ViewController::setTitle(const QString& title) {
     emit titleChanged();
 }
 
+void ViewController::setTitleFont(TitleFont font) {
+    if (m_titleFont == font) return;
+    m_titleFont = font;
+    emit titleChanged();
+}
+
 void ViewController::setRightBarItems(const QVariantList& items) {
     m_rightBarItems = items;
     emit rightBarItemsChanged();

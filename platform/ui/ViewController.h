@@ -20,13 +20,20 @@ class ViewController : public QObject {
     QML_UNCREATABLE("Screens are made in C++")
     Q_PROPERTY(QString title READ title WRITE setTitle NOTIFY titleChanged)
     Q_PROPERTY(QVariantList rightBarItems READ rightBarItems NOTIFY rightBarItemsChanged)
+    Q_PROPERTY(TitleFont titleFont READ titleFont NOTIFY titleChanged)
 
   public:
+    // How the bar draws the title: the system font, or monospaced 15 medium (a file's name).
+    enum class TitleFont { Standard, Monospaced };
+    Q_ENUM(TitleFont)
+
     explicit ViewController(QObject* parent = nullptr);
     ~ViewController() override;
 
     QString title() const { return m_title; }
     void setTitle(const QString& title);
+    TitleFont titleFont() const { return m_titleFont; }
+    void setTitleFont(TitleFont font);
 
     // Bar items: maps with "text" or "symbol", "tint" and "id"; a tap calls barItemTapped(id).
     QVariantList rightBarItems() const { return m_rightBarItems; }
@@ -61,6 +68,7 @@ class ViewController : public QObject {
     QQuickItem* createView();
 
     QString m_title;
+    TitleFont m_titleFont = TitleFont::Standard;
     QVariantList m_rightBarItems;
     QQuickItem* m_view = nullptr;
     QPointer<ViewController> m_navigationController; // the NavigationController holding this

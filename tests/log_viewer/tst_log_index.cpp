@@ -98,6 +98,34 @@ class LogIndexTest : public QObject {
         QCOMPARE(findInLog(data.constData(), data.size(), "needle", from, forward), expected);
     }
 
+    void foldsAsciiCaseOnly_data() {
+        QTest::addColumn<QByteArray>("line");
+        QTest::addColumn<QByteArray>("needle");
+        QTest::addColumn<bool>("caseSensitive");
+        QTest::addColumn<QList<qint64>>("offsets");
+        QTest::newRow("folded") << QByteArray("Error error ERROR") << QByteArray("eRRor") << false
+                                << QList<qint64>{0, 6, 12};
+        QTest::newRow("exact") << QByteArray("Error error ERROR") << QByteArray("error") << true
+                               << QList<qint64>{6};
+        QTest::newRow("not overlapping")
+            << QByteArray("aaaa") << QByteArray("aa") << false << QList<qint64>{0, 2};
+        QTest::newRow("cjk exact") << QByteArray("找色失败 找色") << QByteArray("找色") << false
+                                   << QList<qint64>{0, 13};
+        // Only ASCII folds: an accented capital is another letter.
+        QTest::newRow("accents exact") << QByteArray("É é") << QByteArray("é") << false << QList<qint64>{3};
+        QTest::newRow("at the very end")
+            << QByteArray("xxAB") << QByteArray("ab") << false << QList<qint64>{2};
+    }
+    void foldsAsciiCaseOnly() {
+        QFETCH(QByteArray, line);
+        QFETCH(QByteArray, needle);
+        QFETCH(bool, caseSensitive);
+        QFETCH(QList<qint64>, offsets);
+        QCOMPARE(matchesInLine(line, needle, caseSensitive), offsets);
+        QCOMPARE(findInLog(line.constData(), line.size(), needle, line.size(), false, caseSensitive),
+                 offsets.isEmpty() ? -1 : offsets.last());
+    }
+
     void findWithoutMatch() {
         const QByteArray data("short");
         QCOMPARE(findInLog(data.constData(), data.size(), "longer than data", 0, true), -1);

@@ -169,6 +169,17 @@ class LogViewerTest : public QObject {
         viewer.find(QStringLiteral("match"), true, 0);
         QTRY_COMPARE(viewer.matchLine(), 2);
         QCOMPARE(viewer.matchColumn(), 7);
+        // Every match in a line is marked, the current one apart; case folds by default.
+        viewer.find(QStringLiteral("MATCH"), true, 1);
+        QTRY_COMPARE(viewer.matchLine(), 2);
+        const QVariantList marks =
+            viewer.lines()->data(viewer.lines()->index(0), LogLinesModel::MatchRole).toList();
+        QCOMPARE(marks.size(), 1);
+        QCOMPARE(marks[0].toMap().value("from").toInt(), 9);
+        QCOMPARE(marks[0].toMap().value("current").toBool(), false);
+        viewer.setCaseSensitive(true);
+        QTRY_COMPARE(viewer.findStatus(), QStringLiteral("无匹配"));
+        viewer.setCaseSensitive(false);
         viewer.find(QStringLiteral("absent"), false, 0);
         QTRY_COMPARE(viewer.findStatus(), QStringLiteral("无匹配"));
         QCOMPARE(viewer.matchLine(), -1);

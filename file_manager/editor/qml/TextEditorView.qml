@@ -2,25 +2,16 @@ import QtQuick
 import QtQuick.Controls.Basic
 import Brisko.TextEditor
 
-// Dark, monospaced, plain text. Plain-text format and no wrapping keep a large file quick to
-// open: rich-text detection and wrapping each cost a full pass over the document.
+// Dark, monospaced, plain text. The area draws only the lines in view; the flickable around it
+// gives the scrolling (wheel, touch, scroll bars) over the whole document's size.
 Rectangle {
     id: root
     required property FBTextEditorViewController controller
     color: Qt.rgba(0.118, 0.118, 0.149, 1)
 
-    property bool textLoaded: false
-
-    function loadText() {
-        textLoaded = false
-        edit.text = controller.text
-        textLoaded = true
-    }
-
-    function ensureVisible(cursor) {
+    function ensureVisible(r) {
         if (flick.width <= 0 || flick.height <= 0)
             return
-        const r = Qt.rect(cursor.x + edit.x, cursor.y + edit.y, cursor.width, cursor.height)
         if (flick.contentX >= r.x)
             flick.contentX = r.x
         else if (flick.contentX + flick.width <= r.x + r.width)
@@ -31,11 +22,11 @@ Rectangle {
             flick.contentY = r.y + r.height - flick.height
     }
 
-    Component.onCompleted: {
-        loadText()
-        controller.loaded.connect(loadText)
-        controller.saveRequested.connect(() => controller.saveText(edit.text))
-    }
+    Component.onCompleted: root.controller.loaded.connect(() => {
+        area.moveCursorToStart()
+        flick.contentX = 0
+        flick.contentY = 0
+    })
 
     Shortcut {
         sequence: "Ctrl+S"
@@ -47,36 +38,31 @@ Rectangle {
         objectName: "editorFlickable"
         anchors.fill: parent
         anchors.bottomMargin: root.controller.keyboardInset
-        // Insets 16/14/16/14 around the text.
-        contentWidth: Math.max(width, edit.contentWidth + 28)
-        contentHeight: Math.max(height, edit.contentHeight + 32)
+        contentWidth: Math.max(width, area.contentWidth)
+        contentHeight: Math.max(height, area.contentHeight)
         clip: true
         boundsBehavior: Flickable.StopAtBounds
         ScrollBar.vertical: ScrollBar {}
         ScrollBar.horizontal: ScrollBar {}
 
-        TextEdit {
-            id: edit
+        PlainTextArea {
+            id: area
             objectName: "editorText"
-            x: 14
-            y: 16
-            width: flick.contentWidth - 28
-            height: flick.contentHeight - 32
+            // Stays over the viewport; what it draws follows the scroll position.
+            x: flick.contentX
+            y: flick.contentY
+            width: flick.width
+            height: flick.height
+            viewportX: flick.contentX
+            viewportY: flick.contentY
+            horizontalPadding: 14
+            verticalPadding: 16
             focus: true
+            document: root.controller.document
             readOnly: root.controller.readOnly
-            selectByMouse: true
-            persistentSelection: true
-            textFormat: TextEdit.PlainText
-            wrapMode: TextEdit.NoWrap
-            inputMethodHints: Qt.ImhNoAutoUppercase | Qt.ImhNoPredictiveText
             color: Qt.rgba(0.82, 0.84, 0.88, 1)
             selectionColor: Qt.rgba(0.25, 0.45, 0.85, 0.6)
-            selectedTextColor: color
-            font.family: "monospace"
-            // 13.5 device-independent pixels; pixel sizes are whole numbers, point sizes are not.
-            font.pointSize: 13.5 * 72 / 96
             onCursorRectangleChanged: root.ensureVisible(cursorRectangle)
-            onTextChanged: if (root.textLoaded) root.controller.textEdited()
         }
     }
 

@@ -77,9 +77,12 @@ Item {
             anchors.centerIn: parent
             width: Math.min(implicitWidth, parent.width - 180)
             elide: Text.ElideRight
+            readonly property bool monospaced: root.topController
+                                                && root.topController.titleFont === ViewController.Monospaced
             text: root.topController ? root.topController.title : ""
-            font.pixelSize: 17
-            font.weight: Font.DemiBold
+            font.family: monospaced ? "monospace" : Qt.application.font.family
+            font.pixelSize: monospaced ? 15 : 17
+            font.weight: monospaced ? Font.Medium : Font.DemiBold
             color: SystemColors.label
         }
 

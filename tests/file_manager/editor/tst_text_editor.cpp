@@ -1,8 +1,11 @@
 #include "file_manager/editor/FBTextEditorViewController.h"
+#include "file_manager/editor/PlainTextArea.h"
 #include "file_manager/editor/text_file.h"
 #include "platform/ui/AlertController.h"
 #include "platform/ui/NavigationController.h"
 
+#include <QClipboard>
+#include <QGuiApplication>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -11,19 +14,15 @@ using namespace brisko;
 
 namespace {
 
-// The editor with the view's part played by the test: it hands back `typed` when asked to save.
+// The editor with its file loaded and the toasts it shows recorded.
 class ScriptedEditor : public FBTextEditorViewController {
   public:
-    explicit ScriptedEditor(const QString& path) : FBTextEditorViewController(path) {
-        connect(this, &FBTextEditorViewController::saveRequested, this, [this] { saveText(typed); });
-        loadFile();
-        typed = text();
-    }
+    explicit ScriptedEditor(const QString& path) : FBTextEditorViewController(path) { loadFile(); }
     void type(const QString& text) {
-        typed = text;
-        textEdited();
+        QTextCursor cursor(document());
+        cursor.select(QTextCursor::Document);
+        cursor.insertText(text);
     }
-    QString typed;
     QStringList toasts;
 
   protected:
@@ -33,6 +32,16 @@ class ScriptedEditor : public FBTextEditorViewController {
 QByteArray readFile(const QString& path) {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
+}
+
+// A step is a character to type or a key sequence ("Ctrl+Z"). Returns whether the area took it.
+bool press(PlainTextArea& area, const QString& step) {
+    const bool typed = step.size() == 1;
+    const QKeyCombination key =
+        typed ? QKeyCombination(Qt::Key(step[0].toUpper().unicode())) : QKeySequence::fromString(step)[0];
+    QKeyEvent event(QEvent::KeyPress, key.key(), key.keyboardModifiers(), typed ? step : QString());
+    QCoreApplication::sendEvent(&area, &event);
+    return event.isAccepted();
 }
 
 void writeFile(const QString& path, const QByteArray& bytes) {
@@ -59,6 +68,8 @@ class TextEditorTest : public QObject {
         QTest::newRow("empty") << QByteArray();
         QTest::newRow("utf-8 with crlf") << QByteArray("#!/bin/sh\r\necho \"开始\" -- 'x'\r\n");
         QTest::newRow("no final newline") << QByteArray("print(1)");
+        QTest::newRow("no-break space and tab") << QByteArray("a\xc2\xa0"
+                                                              "b\tc\n\n");
     }
     void roundTrips() {
         QFETCH(QByteArray, bytes);
@@ -70,6 +81,55 @@ class TextEditorTest : public QObject {
         editor.doSave();
         QCOMPARE(editor.toasts, (QStringList{"已保存", "已保存"}));
         QCOMPARE(readFile(path), bytes);
+    }
+
+    void keysEdit_data() {
+        QTest::addColumn<bool>("readOnly");
+        QTest::addColumn<QStringList>("steps");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("typing") << false << QStringList{"x", "-", "-", "\""} << "x--\"ab\ncd";
+        QTest::newRow("end, backspace") << false << QStringList{"End", "Backspace"} << "a\ncd";
+        QTest::newRow("down a line") << false << QStringList{"Down", "y"} << "ab\nycd";
+        QTest::newRow("return") << false << QStringList{"Return"} << "\nab\ncd";
+        QTest::newRow("undo") << false << QStringList{"x", "y", "Ctrl+Z"} << "ab\ncd";
+        QTest::newRow("redo") << false << QStringList{"x", "Ctrl+Z", "Ctrl+Shift+Z"} << "xab\ncd";
+        QTest::newRow("select all, cut") << false << QStringList{"Ctrl+A", "Ctrl+X"} << "";
+        QTest::newRow("read-only") << true << QStringList{"x", "Backspace", "Return", "Ctrl+V"} << "ab\ncd";
+    }
+    void keysEdit() {
+        QFETCH(bool, readOnly);
+        QFETCH(QStringList, steps);
+        QFETCH(QString, text);
+        QTextDocument document(QStringLiteral("ab\ncd"));
+        PlainTextArea area;
+        area.setDocument(&document);
+        area.setProperty("readOnly", readOnly);
+        QGuiApplication::clipboard()->setText(QStringLiteral("pasted"));
+        for (const QString& step : steps)
+            QVERIFY2(press(area, step) == (!readOnly || step == QLatin1String("Ctrl+A")), qPrintable(step));
+        QCOMPARE(document.toPlainText(), text);
+    }
+
+    // Saving and finding are the screen's shortcuts, not the text's.
+    void shortcutsPassThrough_data() {
+        QTest::addColumn<QString>("sequence");
+        QTest::addColumn<bool>("claimed");
+        QTest::newRow("save") << "Ctrl+S" << false;
+        QTest::newRow("find") << "Ctrl+F" << false;
+        QTest::newRow("copy") << "Ctrl+C" << true;
+        QTest::newRow("undo") << "Ctrl+Z" << true;
+    }
+    void shortcutsPassThrough() {
+        QFETCH(QString, sequence);
+        QFETCH(bool, claimed);
+        QTextDocument document;
+        PlainTextArea area;
+        area.setDocument(&document);
+        const QKeyCombination key = QKeySequence::fromString(sequence)[0];
+        QKeyEvent event(QEvent::ShortcutOverride, key.key(), key.keyboardModifiers());
+        event.ignore();
+        QCoreApplication::sendEvent(&area, &event);
+        QCOMPARE(event.isAccepted(), claimed);
     }
 
     void savingKeepsPermissionsAndRecreatesADeletedFile() {
@@ -104,7 +164,7 @@ class TextEditorTest : public QObject {
         QVERIFY(editor.toasts.isEmpty());
         QVERIFY(editor.modified());
         QVERIFY(alert->tapAction(QStringLiteral("确定")));
-        QCOMPARE(editor.typed, QStringLiteral("keep me"));
+        QCOMPARE(editor.text(), QStringLiteral("keep me"));
     }
 
     void refusesFilesThatAreNotUtf8_data() {
@@ -122,9 +182,7 @@ class TextEditorTest : public QObject {
         QVERIFY(editor.readOnly());
         QVERIFY(!editor.notice().isEmpty());
         QVERIFY(editor.rightBarItems().isEmpty());
-        editor.type(QString());
-        editor.doSave();
-        QVERIFY(!editor.saveText(QString()));
+        QVERIFY(!editor.doSave());
         QCOMPARE(readFile(path), bytes);
     }
 
