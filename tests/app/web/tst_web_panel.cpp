@@ -198,7 +198,7 @@ class WebPanelTest : public QObject {
         QCOMPARE(alert->title(), QString());
         QCOMPARE(alert->message(), message);
         const bool isAlert = script.startsWith("alert"), isPrompt = script.contains("prompt");
-        QCOMPARE(alert->actionTitles(), isAlert ? QStringList{"确定"} : QStringList{"取消", "确定"});
+        QCOMPARE(alert->actionTitles(), (isAlert ? QStringList{"确定"} : QStringList{"取消", "确定"}));
         QCOMPARE(alert->textFieldText(0), isPrompt ? QString("默认名") : QString());
         QVERIFY(server.reports().isEmpty()); // the page waits for the tap
         if (!editTo.isNull()) alert->setTextFieldText(0, editTo);
