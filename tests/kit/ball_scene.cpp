@@ -1,9 +1,9 @@
 // ball_scene SCENE OUT.png: puts the ball in one state over an ordinary window on the current X
 // display and saves the whole screen, as the kit captures it. scripts/ball-screens runs every scene.
+#include "ball_driver.h"
+
 #include "kit/BKKit.h"
-#include "kit/ball/ball_state.h"
 #include "kit/ball/ball_testing.h"
-#include "kit/geometry.h"
 
 #include <QElapsedTimer>
 #include <QGuiApplication>
@@ -14,6 +14,7 @@
 #include <cstdio>
 
 using namespace brisko;
+using namespace brisko::testing;
 
 namespace {
 
@@ -39,23 +40,6 @@ class Backdrop : public QRasterWindow {
         }
     }
 };
-
-void touch(int phase, QPointF at) {
-    double nx = 0, ny = 0;
-    if (_logicalToPhysNorm(&nx, &ny, at.x(), at.y())) _fbHandleTouch(phase, nx, ny);
-}
-
-void ticks(int n) {
-    for (int i = 0; i < n; ++i)
-        _fbTick();
-}
-
-void openFan() {
-    const QPointF at(_fb.x, _fb.y);
-    touch(0, at);
-    touch(2, at);
-    ticks(13);
-}
 
 void settle(int ms) {
     QElapsedTimer timer;

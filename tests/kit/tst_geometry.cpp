@@ -73,16 +73,6 @@ class GeometryTest : public QObject {
             QCOMPARE(_quadForScreenOrientation(row.current, row.reference, row.unrotatedLandscape), row.quad);
     }
 
-    void captureQuadTurnsOnceMoreForLandscapeFrames() {
-        for (int quad = 0; quad < 4; ++quad) {
-            _bkSetScreenForTesting(QSizeF(kW, kH), 2, quad);
-            _bkSetCaptureBaseForTesting(QSizeF(kW, kH), false);
-            QCOMPARE(_currentCaptureRotationQuad(), quad);
-            _bkSetCaptureBaseForTesting(QSizeF(kH, kW), true);
-            QCOMPARE(_currentCaptureRotationQuad(), (quad + 1) % 4);
-        }
-    }
-
     void sizesFromWhatTheScreenReports() {
         struct Row {
             BKScreenMetrics screen;

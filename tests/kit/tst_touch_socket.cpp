@@ -105,7 +105,6 @@ class TouchSocketTest : public QObject {
         const InjectedTouchMessage d1{10, 10, 1}, d2{20, 20, 1}, up{20, 20, 0};
         const QString at1 = "0.01282,0.005924", at2 = "0.02564,0.01185";
         QTest::newRow("down down up") << Msgs{d1, d2, up} << QStringList{"0@" + at1, "1@" + at2, "2@" + at2};
-        QTest::newRow("up without down") << Msgs{up} << QStringList{};
         QTest::newRow("two ups, one ended") << Msgs{d1, up, up} << QStringList{"0@" + at1, "2@" + at2};
         QTest::newRow("pixels through the scale") << Msgs{{390, 844, 1}} << QStringList{"0@0.5,0.5"};
         QTest::newRow("NaN, infinities and huge values change nothing")

@@ -3,6 +3,7 @@
 #include "app/keepalive/silent_wav.h"
 #include "platform/audio/AudioSession.h"
 #include "platform/audio/LoopingPlayer.h"
+#include "platform/audio/wav.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -14,7 +15,6 @@
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QtEndian>
 
 #include <poll.h>
 #include <unistd.h>
@@ -29,12 +29,6 @@ const char* const kBusConfig =
     R"(<busconfig><type>system</type><listen>unix:path=%1</listen><auth>EXTERNAL</auth>
 <policy context="default"><allow user="*"/><allow own="*"/><allow send_destination="*"/>
 <allow receive_sender="*"/></policy></busconfig>)";
-
-template <typename T> QByteArray le(T v) {
-    QByteArray b(sizeof v, '\0');
-    qToLittleEndian(v, b.data());
-    return b;
-}
 
 audio::LoopingPlayer* player() {
     return const_cast<audio::LoopingPlayer*>(BKDebugKeepAlivePlayer());
@@ -139,25 +133,16 @@ class TestKeepAlive : public QObject {
         logind_.calls = 0;
     }
 
-    void silentWav() {
+    // Only our own player reads it, so what it reads is what counts.
+    void silentWavIsTwoSecondsOfSixteenKilohertzSilence() {
         const QByteArray wav = BKCreateSilentWAVData();
+        const auto sound = audio::readWav(wav);
+        QVERIFY(sound);
         QCOMPARE(wav.size(), 44 + 64000);
-        const std::pair<int, QByteArray> fields[] = {{0, "RIFF"},
-                                                     {4, le<quint32>(64036)},
-                                                     {8, "WAVE"},
-                                                     {12, "fmt "},
-                                                     {16, le<quint32>(16)},
-                                                     {20, le<quint16>(1)},
-                                                     {22, le<quint16>(1)},
-                                                     {24, le<quint32>(16000)},
-                                                     {28, le<quint32>(32000)},
-                                                     {32, le<quint16>(2)},
-                                                     {34, le<quint16>(16)},
-                                                     {36, "data"},
-                                                     {40, le<quint32>(64000)},
-                                                     {44, QByteArray(64000, '\0')}};
-        for (const auto& [offset, field] : fields)
-            QVERIFY2(wav.mid(offset, field.size()) == field, qPrintable(QString("at %1").arg(offset)));
+        QCOMPARE(sound->format.sampleRate(), 16000);
+        QCOMPARE(sound->format.channelCount(), 1);
+        QCOMPARE(sound->format.sampleFormat(), QAudioFormat::Int16);
+        QCOMPARE(sound->samples, QByteArray(64000, '\0'));
     }
 
     // Start twice: one player, one lock. Stop, then start: a fresh buffer, player and lock.

@@ -121,7 +121,6 @@ class LaunchTest : public QObject {
         QTest::addColumn<QStringList>("extraArguments");
 
         QTest::newRow("no daemon file") << false << false << true << false << QStringList{};
-        QTest::newRow("no daemon file, boot launch") << false << true << true << false << QStringList{};
         QTest::newRow("foreground") << true << false << false << true << QStringList{};
         QTest::newRow("foreground with marker") << true << false << true << true << QStringList{};
         QTest::newRow("boot launch without marker") << true << true << false << false << QStringList{};

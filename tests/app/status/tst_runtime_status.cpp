@@ -52,27 +52,23 @@ class RuntimeStatusTest : public QObject {
         QTest::addColumn<QString>("status");
 
         const QString none;
-        QTest::newRow("alive only marks loaded")
-            << false << false << QStringList{"alive"} << false << false << none;
-        QTest::newRow("script running") << true << true << QStringList{"running"} << true << true << none;
-        QTest::newRow("script stopped") << false << true << QStringList{"stopped"} << false << true << none;
-        QTest::newRow("connected") << false << false << QStringList{"connected"} << false << true << "已连接";
-        QTest::newRow("disconnected, service off")
-            << false << true << QStringList{"disconnected"} << false << false << "已关闭";
-        QTest::newRow("disconnected, service on")
-            << true << true << QStringList{"disconnected"} << true << false << "等待连接...";
-        QTest::newRow("enabled without client")
-            << false << false << QStringList{"enabled"} << true << false << "等待连接...";
-        QTest::newRow("enabled with client")
-            << false << true << QStringList{"enabled"} << true << true << "已连接";
-        QTest::newRow("disabled clears the client")
-            << true << true << QStringList{"disabled"} << false << false << "已关闭";
-        QTest::newRow("disabled then enabled waits")
-            << true << true << QStringList{"disabled", "enabled"} << true << false << "等待连接...";
-        QTest::newRow("delivery order: connect then disable")
-            << true << false << QStringList{"connected", "disabled"} << false << false << "已关闭";
-        QTest::newRow("delivery order: disable then connect")
-            << true << false << QStringList{"disabled", "connected"} << false << true << "已连接";
+        const auto row = [](const char* name, bool enabledBefore, bool connectedBefore, const char* events,
+                            bool enabled, bool connected, const QString& status) {
+            QTest::newRow(name) << enabledBefore << connectedBefore << QString(events).split(' ') << enabled
+                                << connected << status;
+        };
+        row("alive only marks loaded", false, false, "alive", false, false, none);
+        row("script running", true, true, "running", true, true, none);
+        row("script stopped", false, true, "stopped", false, true, none);
+        row("connected", false, false, "connected", false, true, "已连接");
+        row("disconnected, service off", false, true, "disconnected", false, false, "已关闭");
+        row("disconnected, service on", true, true, "disconnected", true, false, "等待连接...");
+        row("enabled without client", false, false, "enabled", true, false, "等待连接...");
+        row("enabled with client", false, true, "enabled", true, true, "已连接");
+        row("disabled clears the client", true, true, "disabled", false, false, "已关闭");
+        row("delivery order: connect then disable", true, false, "connected disabled", false, false,
+            "已关闭");
+        row("delivery order: disable then connect", true, false, "disabled connected", false, true, "已连接");
     }
 
     void callbacksUpdateTheStatus() {

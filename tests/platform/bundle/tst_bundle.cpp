@@ -19,9 +19,6 @@ class BundleTest : public QObject {
         QTest::addColumn<QVariant>("value");
 
         const QByteArray head = "<?xml version=\"1.0\"?><plist version=\"1.0\">";
-        QTest::newRow("string") << head +
-                                       "<dict><key>CFBundleName</key><string>Brisko</string></dict></plist>"
-                                << "CFBundleName" << QVariant("Brisko");
         QTest::newRow("utf-8 string")
             << head + "<dict><key>CFBundleDisplayName</key><string>脚本</string></dict></plist>"
             << "CFBundleDisplayName" << QVariant("脚本");
@@ -68,12 +65,6 @@ class BundleTest : public QObject {
         QCOMPARE(infoString("CFBundleVersion"), QString()); // not a string
         setBundlePathForTesting(QString());
         QCOMPARE(bundlePath(), QCoreApplication::applicationDirPath());
-    }
-
-    void documentsLiveInTheApplicationData() {
-        enableTestMode();
-        QVERIFY(documentsDirectory().startsWith(applicationSupportDirectory() + "/"));
-        QVERIFY(documentsDirectory().endsWith("/Documents"));
     }
 };
 

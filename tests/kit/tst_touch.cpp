@@ -1,11 +1,19 @@
+// Touchscreen input: decoding protocol-B frames, and following the devices that deliver them.
+
+#include "kit/BKKit.h"
+#include "kit/TouchEventStream.h"
 #include "kit/geometry.h"
 #include "kit/geometry_testing.h"
 #include "kit/touch_decoder.h"
+#include "kit/touch_testing.h"
 
 #include <QtTest>
 
 #include <climits>
-#include <vector>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace brisko;
 
@@ -17,7 +25,6 @@ input_event ev(uint16_t type, uint16_t code, int32_t value) {
     return {.time = {}, .type = type, .code = code, .value = value};
 }
 
-// Protocol-B frame builders; x in 0..1000, y in 0..2000.
 Events operator+(Events a, const Events& b) {
     a.insert(a.end(), b.begin(), b.end());
     return a;
@@ -43,14 +50,79 @@ Events down(int s, int id, int x, int y) {
 Events lift(int s) {
     return slot(s) + contact(-1) + syn();
 }
+// Down, one move, up.
+Events gesture(int x, int y) {
+    return down(0, 1, x, y) + atX(x + 1) + syn() + lift(0);
+}
+
+struct Recorder {
+    QString phases;
+    QList<QPointF> points;
+    bool offMainThread = false;
+    BKTouchCallback callback() {
+        return [this](int phase, double x, double y) { add(phase, x, y); };
+    }
+    void add(int phase, double x, double y) {
+        offMainThread |= QThread::currentThread() != qApp->thread();
+        phases += QString::number(phase);
+        points << QPointF(x, y);
+    }
+};
+
+bool writeEvents(int fd, const Events& events, size_t from = 0, size_t to = SIZE_MAX) {
+    const size_t end = std::min(to, events.size() * sizeof(input_event));
+    return ::write(fd, reinterpret_cast<const char*>(events.data()) + from, end - from) ==
+           ssize_t(end - from);
+}
+
+TouchSnapshot idle() {
+    return {0, std::vector<TouchSlot>(4)};
+}
+
+// Event nodes in the test folder are FIFOs; anything else is not a touchscreen.
+std::optional<TouchDeviceInfo> fifoProbe(int fd) {
+    struct stat st;
+    if (::fstat(fd, &st) != 0 || !S_ISFIFO(st.st_mode)) return std::nullopt;
+    return TouchDeviceInfo{{0, 1000}, {0, 2000}, idle()};
+}
+
+// A touchscreen node the test writes into; closing the writer is the device going away.
+struct FakeScreen {
+    QString path;
+    int writer = -1;
+    explicit FakeScreen(const QString& p) : path(p) {
+        if (::mkfifo(QFile::encodeName(p).constData(), 0600) == 0)
+            writer = ::open(QFile::encodeName(p).constData(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+    }
+    ~FakeScreen() {
+        unplug();
+        QFile::remove(path);
+    }
+    void unplug() {
+        if (writer >= 0) ::close(writer);
+        writer = -1;
+    }
+};
 
 } // namespace
 
 Q_DECLARE_METATYPE(Events)
 
-class TouchDecoderTest : public QObject {
+class TouchTest : public QObject {
     Q_OBJECT
+    QTemporaryDir dir_;
+    Recorder rec_;
+
+    QString node(const char* name) const { return dir_.filePath(name); }
+
   private slots:
+    void initTestCase() {
+        QVERIFY(dir_.isValid());
+        _touchMonitorUseDevices(dir_.path(), fifoProbe);
+    }
+    void init() { rec_ = Recorder(); }
+    void cleanup() { BKKit::stopTouchMonitor(); }
+
     void framesBecomePhases_data() {
         QTest::addColumn<Events>("events");
         QTest::addColumn<QString>("expected");
@@ -127,7 +199,6 @@ class TouchDecoderTest : public QObject {
         QTest::newRow("landscape turned over") << true << 1 << topLeft << QPointF(1920, 1080);
         QTest::newRow("landscape stood up") << true << 0 << topLeft << QPointF(1080, 0);
         QTest::newRow("landscape stood up the other way") << true << 2 << topLeft << QPointF(0, 1920);
-        QTest::newRow("portrait at rest") << false << 0 << QPoint(0, 0) << QPointF(0, 0);
         QTest::newRow("portrait on its side") << false << 3 << QPoint(1079, 0) << QPointF(0, 0);
         QTest::newRow("resolution decides the shape") << true << 3 << topRight << QPointF(1920, 0);
     }
@@ -153,7 +224,77 @@ class TouchDecoderTest : public QObject {
         _physNormToLogical(&lx, &ly, report->x, report->y);
         QCOMPARE(QPointF(lx, ly), logical);
     }
+
+    // A dropped-events gap during which the finger lifted, then the end of the stream.
+    void streamOverAPipeHealsAGap() {
+        int fds[2];
+        QVERIFY(::pipe2(fds, O_NONBLOCK | O_CLOEXEC) == 0);
+        bool closed = false;
+        int resyncs = 0;
+        TouchEventStream stream(
+            fds[0], TouchDecoder({0, 1000}, {0, 2000}, idle()),
+            [this](const TouchReport& r) { rec_.add(r.phase, r.x, r.y); },
+            [&resyncs](int) {
+                ++resyncs;
+                return std::optional(idle());
+            },
+            [&closed] { closed = true; });
+        QVERIFY(writeEvents(fds[1], down(0, 1, 500, 1000) + Events{ev(EV_SYN, SYN_DROPPED, 0)} + syn()));
+        QTRY_COMPARE(rec_.phases, QString("02"));
+        QCOMPARE(resyncs, 1);
+        ::close(fds[1]);
+        QTRY_VERIFY(closed);
+        QVERIFY(!stream.isOpen());
+    }
+
+    void followsTouchscreensThatComeAndGo() {
+        FakeScreen first(node("event0"));
+        QFile other(node("event7")); // not a touchscreen
+        QVERIFY(other.open(QIODevice::WriteOnly));
+        BKKit::startTouchMonitorWithCallback(rec_.callback());
+        QCOMPARE(_touchMonitorDeviceCount(), 1);
+        QVERIFY(writeEvents(first.writer, gesture(1000, 2000), 0, 13)); // a record split across reads
+        QTest::qWait(20);
+        QVERIFY(writeEvents(first.writer, gesture(1000, 2000), 13));
+        QTRY_COMPARE(rec_.phases, QString("012"));
+        QCOMPARE(rec_.points[0], QPointF(1, 1));
+        QVERIFY(!rec_.offMainThread);
+
+        FakeScreen second(node("event1"));
+        QTRY_COMPARE(_touchMonitorDeviceCount(), 2);
+        QVERIFY(writeEvents(second.writer, gesture(0, 0)));
+        QTRY_COMPARE(rec_.phases, QString("012012"));
+
+        QVERIFY(QFile::remove(first.path)); // node removed while its writer still exists
+        QTRY_COMPARE(_touchMonitorDeviceCount(), 1);
+        second.unplug();
+        QTRY_COMPARE(_touchMonitorDeviceCount(), 0);
+    }
+
+    void stopFromTheCallbackThenStartAgainAndSwapTheCallback() {
+        FakeScreen screen(node("event2"));
+        int calls = 0;
+        BKKit::startTouchMonitorWithCallback([&calls](int, double, double) {
+            ++calls;
+            BKKit::stopTouchMonitor(); // the ball hides on a button press
+        });
+        QVERIFY(writeEvents(screen.writer, gesture(10, 10)));
+        QTRY_COMPARE(_touchMonitorDeviceCount(), -1);
+        QCOMPARE(calls, 1); // the rest of the same read is not delivered
+
+        BKKit::startTouchMonitorWithCallback(rec_.callback());
+        BKKit::startTouchMonitorWithCallback(nullptr); // ignored
+        Recorder other;
+        BKKit::startTouchMonitorWithCallback(other.callback());
+        QCOMPARE(_touchMonitorDeviceCount(), 1);
+        QVERIFY(writeEvents(screen.writer, gesture(10, 10)));
+        QTRY_COMPARE(other.phases, QString("012"));
+        QCOMPARE(rec_.phases, QString());
+        BKKit::stopTouchMonitor();
+        BKKit::stopTouchMonitor();
+        QCOMPARE(_touchMonitorDeviceCount(), -1);
+    }
 };
 
-QTEST_APPLESS_MAIN(TouchDecoderTest)
-#include "tst_touch_decoder.moc"
+QTEST_MAIN(TouchTest)
+#include "tst_touch.moc"
