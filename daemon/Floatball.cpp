@@ -15,7 +15,7 @@ void post(const char* name) {
 
 Floatball::Floatball(const QString& documents, QObject* parent)
     : QObject(parent), supervisor_(documents),
-      server_([this](const QString& cmd) { return runCommand(cmd); }) {
+      server_([this](const QString& cmd) { return runCommand(cmd); }), webPanel_(documents) {
     connect(&supervisor_, &ScriptSupervisor::stateChanged, this, &Floatball::onStateChanged);
 }
 
@@ -23,6 +23,7 @@ bool Floatball::start(quint16 port) {
     observe(names::kPing, &Floatball::answerPing);
     observe(names::kDebugEnableRequest, &Floatball::onDebugEnableRequest);
     observe(names::kDebugDisableRequest, &Floatball::onDebugDisableRequest);
+    webPanel_.listen(); // without its page server the panel shows an error page; scripts still run
     return server_.listen(port);
 }
 
