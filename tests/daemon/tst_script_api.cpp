@@ -1,6 +1,7 @@
 // The per-run script API over its real socket, under the test's X display: who may connect,
 // what it does with bad lines, and that each call reaches the screen, the files or the log.
 
+#include "daemon/ScriptSupervisor.h"
 #include "daemon/script_api/api_client.h"
 #include "daemon/script_api/api_protocol.h"
 #include "daemon/script_api/script_api_server.h"
@@ -9,6 +10,7 @@
 #include <QJsonDocument>
 #include <QPainter>
 #include <QRasterWindow>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -287,6 +289,35 @@ class ScriptApiTest : public QObject {
         QCOMPARE(lines.size(), 3);
         QVERIFY(lines[0].startsWith('[') && lines[0].endsWith("] 第一行"));
         QVERIFY(lines[1].startsWith('[') && lines[1].endsWith("] 第二行"));
+    }
+
+    // The supervisor hands each run its socket and takes it away when the run ends.
+    void aRunTalksToItsOwnSocket() {
+        QTemporaryDir documents;
+        QDir().mkpath(documents.filePath("app"));
+        QFile main(documents.filePath("app/main.py"));
+        QVERIFY(main.open(QIODevice::WriteOnly));
+        main.write("import os, socket\n"
+                   "s = socket.socket(socket.AF_UNIX)\n"
+                   "s.connect(os.environ['BRISKO_API'])\n"
+                   "s.sendall(b'{\"call\":\"log\",\"text\":\"through the api\"}\\n')\n"
+                   "print('reply ' + s.recv(100).decode().strip())\n"
+                   "print('socket ' + os.environ['BRISKO_API'])\n");
+        main.close();
+        brisko::daemon::ScriptSupervisor supervisor(documents.path());
+        QSignalSpy states(&supervisor, &brisko::daemon::ScriptSupervisor::stateChanged);
+        QCOMPARE(supervisor.start(), QString());
+        QTRY_COMPARE_WITH_TIMEOUT(supervisor.state(), brisko::daemon::ScriptState::Stopped, 20000);
+        QFile log(documents.filePath("script.log"));
+        QVERIFY(log.open(QIODevice::ReadOnly));
+        const QString text = QString::fromUtf8(log.readAll());
+        QVERIFY2(text.contains("] through the api\n") && text.contains("reply {\"ok\":true}"),
+                 qPrintable(text));
+        const qsizetype at = text.indexOf("socket /");
+        QVERIFY2(at > 0, qPrintable(text));
+        const QString socket = text.mid(at + 7, text.indexOf(u'\n', at) - at - 7);
+        QVERIFY(!QFileInfo::exists(socket));
+        QVERIFY(!QFileInfo::exists(QFileInfo(socket).path()));
     }
 
     void shellClient_data() {
