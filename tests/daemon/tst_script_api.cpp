@@ -290,7 +290,8 @@ class ScriptApiTest : public QObject {
         QFile log(documents.filePath("script.log"));
         QVERIFY(log.open(QIODevice::ReadOnly));
         const QString text = QString::fromUtf8(log.readAll());
-        QVERIFY2(text.contains("] through\n") && text.contains("] the api\n") && text.contains("reply {\"ok\":true}"),
+        QVERIFY2(text.contains("] through\n") && text.contains("] the api\n") &&
+                     text.contains("reply {\"ok\":true}"),
                  qPrintable(text));
         const qsizetype at = text.indexOf("socket /");
         QVERIFY2(at > 0, qPrintable(text));
