@@ -2,7 +2,7 @@
 //   brisko-cli --device IP[:PORT] --token T push DIR|run|stop|pause|resume|log [-f]|screenshot FILE|info
 //   brisko-cli api …      the per-run script API, for shell scripts running on the device
 
-#include "cli/api_command.h"
+#include "daemon/script_api/api_client.h"
 #include "cli/commands.h"
 
 #include <QCoreApplication>
@@ -45,7 +45,7 @@ int runCommand(LinkClient& client, const QStringList& words) {
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
     QStringList words = app.arguments().mid(1);
-    if (words.value(0) == u"api") return runApiCommand(words.mid(1));
+    if (words.value(0) == u"api") return brisko::scriptapi::runScriptApiCommand(words.mid(1));
     QString device;
     QByteArray token = qgetenv("BRISKO_TOKEN");
     while (words.size() >= 2 && words[0].startsWith(u"--")) {

@@ -19,8 +19,8 @@ void post(const char* name) {
 
 Floatball::Floatball(const QString& documents, QObject* parent)
     : QObject(parent), supervisor_(documents),
-      server_([this](const QString& cmd) { return runCommand(cmd); }), documents_(documents),
-      debugPort_(kDebugLinkPort) {
+      server_([this](const QString& cmd) { return runCommand(cmd); }), webPanel_(documents),
+      documents_(documents), debugPort_(kDebugLinkPort) {
     connect(&supervisor_, &ScriptSupervisor::stateChanged, this, &Floatball::onStateChanged);
 }
 
@@ -28,6 +28,7 @@ bool Floatball::start(quint16 port) {
     observe(names::kPing, &Floatball::answerPing);
     observe(names::kDebugEnableRequest, &Floatball::onDebugEnableRequest);
     observe(names::kDebugDisableRequest, &Floatball::onDebugDisableRequest);
+    webPanel_.listen(); // without its page server the panel shows an error page; scripts still run
     return server_.listen(port);
 }
 

@@ -5,6 +5,7 @@
 #include "daemon/ScriptSupervisor.h"
 #include "daemon/TaskServer.h"
 #include "daemon/ball_seam.h"
+#include "daemon/web_server/WebPanelServer.h"
 
 #include <QObject>
 #include <QPointer>
@@ -42,6 +43,7 @@ class Floatball : public QObject {
 
     ScriptSupervisor supervisor_;
     TaskServer server_;
+    web::WebPanelServer webPanel_;
     BallPresenter* ball_ = nullptr;
     bool debugEnabled_ = false;
     bool debugClientConnected_ = false;

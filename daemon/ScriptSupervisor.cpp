@@ -2,9 +2,11 @@
 
 #include "daemon/entry_point.h"
 #include "daemon/logging.h"
+#include "daemon/script_api/script_api_hook.h"
 #include "daemon/session_display.h"
 #include "platform/dispatch/dispatch.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QPointer>
@@ -20,7 +22,9 @@ const QString kNotRunning = QStringLiteral("脚本未在运行");
 
 QList<QByteArray> scriptEnvironment(const QString& documents, const LaunchPlan& plan,
                                     const SessionDisplay& display) {
-    QList<QByteArray> env{"PATH=" + executableSearchPath().join(u':').toLocal8Bit(),
+    // Our own folder last on the PATH, so scripts find brisko-cli for the script API.
+    const QStringList path = executableSearchPath() << QCoreApplication::applicationDirPath();
+    QList<QByteArray> env{"PATH=" + QFile::encodeName(path.join(u':')),
                           "HOME=" + plan.home,
                           "USER=" + plan.userName,
                           "LOGNAME=" + plan.userName,
@@ -61,12 +65,14 @@ QString ScriptSupervisor::start() {
     const EntryPoint entry = findEntryPoint(documents_, executableSearchPath());
     if (!entry.error.isEmpty()) return entry.error;
     QString error;
-    const LaunchPlan plan = launchSpecFor(entry, &error);
+    LaunchPlan plan = launchSpecFor(entry, &error);
     if (!error.isEmpty()) return error;
-    auto log = std::make_unique<ScriptLog>(QDir(documents_).filePath(QStringLiteral("script.log")), plan.uid,
-                                           plan.gid, rotateAt_);
+    const QString logPath = QDir(documents_).filePath(QStringLiteral("script.log"));
+    if ((api_ = scriptapi::startScriptApi(plan, logPath))) plan.environment << api_->environmentEntry();
+    auto log = std::make_unique<ScriptLog>(logPath, plan.uid, plan.gid, rotateAt_);
     const LaunchedScript launched = launchScript(plan);
     if (launched.pid < 0) {
+        api_.reset();
         log->note(QStringLiteral("==== 脚本无法启动: %1 ====").arg(launched.error));
         return QStringLiteral("脚本无法启动: %1").arg(launched.error);
     }
@@ -117,6 +123,7 @@ QString ScriptSupervisor::resume() {
 void ScriptSupervisor::onRunExited(quint64 runId) {
     if (runId != runId_ || !run_) return;
     run_.reset(); // the thread has finished its last act; this joins it
+    api_.reset();
     stopping_ = false;
     setState(ScriptState::Stopped);
 }

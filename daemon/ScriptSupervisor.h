@@ -12,6 +12,10 @@
 
 #include <memory>
 
+namespace brisko::scriptapi {
+class ScriptApiServer;
+}
+
 namespace brisko::daemon {
 
 inline constexpr double kStopGraceSeconds = 3.0;
@@ -43,6 +47,7 @@ class ScriptSupervisor : public QObject {
     QString documents_;
     SessionDisplays displays_;
     qint64 rotateAt_ = kLogRotationBytes;
+    std::unique_ptr<scriptapi::ScriptApiServer> api_; // the run's socket, gone with the run
     std::unique_ptr<ScriptRun> run_;
     quint64 runId_ = 0;
     bool stopping_ = false;

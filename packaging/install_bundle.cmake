@@ -3,7 +3,7 @@
 
 function(brisko_install_bundle)
   set(executables brisko)
-  foreach(daemon_part floatball floatball-ball)
+  foreach(daemon_part floatball floatball-ball brisko-cli)
     if(TARGET ${daemon_part})
       list(APPEND executables ${daemon_part})
     endif()

@@ -19,7 +19,7 @@ constexpr int kFirstPageMs = 4000;
 constexpr int kPageMs = 2000;
 
 void showSamplePage() {
-    const QString page = QDir(bundle::bundlePath()).filePath(QStringLiteral("app/index.html"));
+    const QString page = QDir(bundle::bundlePath()).filePath(QStringLiteral("app/web/index.html"));
     SetWebViewURL(QUrl::fromLocalFile(page).toEncoded().constData());
 }
 

@@ -105,7 +105,7 @@ def owning_packages(paths):
 
 
 def check_layout(root, bundle_dir, expect_daemon):
-    for entry in BUNDLE_ENTRIES + (["floatball", "floatball-ball"] if expect_daemon else []):
+    for entry in BUNDLE_ENTRIES + (["floatball", "floatball-ball", "brisko-cli"] if expect_daemon else []):
         check((root / PREFIX / entry).exists(), f"{PREFIX}/{entry} is not in the package")
     for path in DESKTOP_FILES:
         check((root / path).is_file(), f"{path} is not in the package")
