@@ -155,6 +155,7 @@ void BKMainViewController::switchToggled(int section, int row, bool on) {
 void BKMainViewController::didSelectRow(int section, int row) {
     // Switch rows act through their switches; the device and about rows do nothing.
     if (rowAction(section, row) == kActionFiles) openFileManager();
+    if (isServiceAddressRow(m_sections, section, row)) showServiceAddress();
 }
 
 void BKMainViewController::openFileManager() {

@@ -3,6 +3,7 @@
 
 #include "app/web/web_ui_delegate.h"
 #include "main_screen/main_sections.h"
+#include "platform/device/network.h"
 #include "platform/ui/ViewController.h"
 
 #include <QPointer>
@@ -39,6 +40,9 @@ class BKMainViewController : public brisko::ui::ViewController, public BKWebUIDe
     void debugToggleChanged(bool on);
     void bootToggleChanged(bool on);
     void openLogs();
+    // The "服务地址" row: the address with the pairing token, its QR code and a copy button
+    // (address_alert.cpp).
+    void showServiceAddress();
 
     // The start/stop bar: due while debug mode is off on a privileged install.
     void configureScriptControlsIfNeeded();
@@ -82,6 +86,7 @@ class BKMainViewController : public brisko::ui::ViewController, public BKWebUIDe
     virtual void stopKeepAlive();
     virtual BKDeviceFacts readDeviceFacts() const;
     virtual QString wifiAddress() const;
+    virtual QList<BKInterfaceAddress> interfaceAddresses() const;
     virtual bool isPrivilegedInstall() const;
 
   private:

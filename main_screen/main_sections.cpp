@@ -60,7 +60,8 @@ QVariantList toolRows(const BKMainScreenState& s) {
     debug["sw"] = s.debugEnabled;
     debug["disabled"] = s.toggleBusy || !s.statusLoaded;
     QVariantList rows{files, debug};
-    if (s.debugEnabled) rows.append(row("服务地址", serviceAddressText(s), "network", "systemBlue"));
+    if (s.debugEnabled)
+        rows.append(row(kServiceAddressLabel, serviceAddressText(s), "network", "systemBlue"));
     if (!s.debugEnabled && !s.privilegedInstall) {
         QVariantMap boot = row("开机自启", "需要关闭锁屏密码", "power", "systemGreen");
         boot["act"] = kActionBootToggle;
@@ -86,6 +87,11 @@ QString BKResolutionText(QSizeF points, double scale) {
     std::snprintf(text, sizeof text, "%.0f × %.0f (%.0fx)", points.width() * scale, points.height() * scale,
                   scale);
     return QString::fromUtf8(text);
+}
+
+bool isServiceAddressRow(const QVariantList& sections, int section, int row) {
+    const QVariantList rows = sections.value(section).toMap().value("rows").toList();
+    return rows.value(row).toMap().value("l").toString() == kServiceAddressLabel;
 }
 
 QVariantList BKMainSections(const BKDeviceFacts& device, const BKMainScreenState& state) {

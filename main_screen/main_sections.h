@@ -41,6 +41,9 @@ inline constexpr int kDebugServicePort = 8820;
 inline const QString kActionFiles = QStringLiteral("files");
 inline const QString kActionDebugToggle = QStringLiteral("debug_toggle");
 inline const QString kActionBootToggle = QStringLiteral("boot_toggle");
+// The address row keeps the model's shape (no "act"); a tap on it still opens its alert.
+inline const QString kServiceAddressLabel = QStringLiteral("服务地址");
+bool isServiceAddressRow(const QVariantList& sections, int section, int row);
 
 // Sections of {"title", "rows"}; rows of {"l", "v", "i", "c"} plus "act", "sw", "disabled" where
 // they apply.

@@ -1,5 +1,7 @@
 #include "table_rows.h"
 
+#include "main_screen/main_sections.h"
+
 #include <QSet>
 #include <QVariantMap>
 
@@ -27,7 +29,7 @@ QVariantMap tableRow(const QVariantMap& row) {
         {"accessory", accessory},
         {"switchOn", isSwitch && row.value("sw").toBool()},
         {"switchEnabled", isSwitch && (action == "boot_toggle" || !row.value("disabled").toBool())},
-        {"selectable", isAction && !isSwitch},
+        {"selectable", (isAction && !isSwitch) || row.value("l") == kServiceAddressLabel},
     };
 }
 

@@ -40,12 +40,16 @@ QString BKFirstWirelessIPv4(const QList<BKInterfaceAddress>& addresses) {
     return QString();
 }
 
-QString BKGetWiFiAddress() {
+QList<BKInterfaceAddress> BKListIPv4Addresses() {
     ifaddrs* list = nullptr;
-    if (getifaddrs(&list) != 0) return QString();
+    if (getifaddrs(&list) != 0) return {};
     const QList<BKInterfaceAddress> addresses = interfaceIPv4Addresses(list);
     freeifaddrs(list);
-    return BKFirstWirelessIPv4(addresses);
+    return addresses;
+}
+
+QString BKGetWiFiAddress() {
+    return BKFirstWirelessIPv4(BKListIPv4Addresses());
 }
 
 } // namespace brisko

@@ -18,6 +18,9 @@ bool BKIsWirelessInterface(const QString& interface);
 // The first IPv4 address, in list order, on a wireless interface; null when there is none.
 QString BKFirstWirelessIPv4(const QList<BKInterfaceAddress>& addresses);
 
+// Every interface's IPv4 addresses, in the kernel's order; empty when the list cannot be read.
+QList<BKInterfaceAddress> BKListIPv4Addresses();
+
 // The same over the system's interface list; null when it cannot be read.
 QString BKGetWiFiAddress();
 

@@ -69,6 +69,11 @@ void AlertController::setTextFieldText(int index, const QString& text) {
     m_textFields[index].text = text;
 }
 
+void AlertController::setImage(const QUrl& source, double side) {
+    m_imageSource = source;
+    m_imageSide = source.isEmpty() ? 0 : side;
+}
+
 QStringList AlertController::actionTitles() const {
     QStringList titles;
     for (const Action& action : m_actions)

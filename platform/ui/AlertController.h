@@ -4,6 +4,7 @@
 
 #include <QObject>
 #include <QPointer>
+#include <QUrl>
 #include <QVariantList>
 
 #include <functional>
@@ -23,6 +24,8 @@ class AlertController : public QObject {
     Q_PROPERTY(bool actionSheet READ isActionSheet CONSTANT)
     Q_PROPERTY(QVariantList actions READ actionsModel CONSTANT)
     Q_PROPERTY(QVariantList textFields READ textFieldsModel NOTIFY textFieldsChanged)
+    Q_PROPERTY(QUrl imageSource READ imageSource CONSTANT)
+    Q_PROPERTY(double imageSide READ imageSide CONSTANT)
 
   public:
     enum class Style { Alert, ActionSheet };
@@ -46,6 +49,12 @@ class AlertController : public QObject {
     QString textFieldText(int index) const;
     Q_INVOKABLE void setTextFieldText(int index, const QString& text);
     QStringList actionTitles() const;
+
+    // An optional square image under the message (a QR code, say); side in points. Set it before
+    // presenting.
+    void setImage(const QUrl& source, double side);
+    QUrl imageSource() const { return m_imageSource; }
+    double imageSide() const { return m_imageSide; }
 
     // Where an action sheet points from (a popover's anchor on large screens).
     void setAnchorItem(QQuickItem* item) { m_anchor = item; }
@@ -77,6 +86,8 @@ class AlertController : public QObject {
     QList<Action> m_actions;
     QList<TextField> m_textFields;
     QPointer<QQuickItem> m_anchor;
+    QUrl m_imageSource;
+    double m_imageSide = 0;
 };
 
 // Shows alert above everything presented before; the window owns it until it is dismissed.

@@ -78,6 +78,19 @@ Rectangle {
                 font.pixelSize: 13
                 color: SystemColors.label
             }
+            Item { width: 1; height: 12; visible: qrImage.visible }
+            Image {
+                id: qrImage
+                // One source pixel per device pixel: scaled modules would blur or come out uneven.
+                x: (parent.width - width) / 2
+                visible: root.alert.imageSide > 0
+                width: implicitWidth / Screen.devicePixelRatio
+                height: implicitHeight / Screen.devicePixelRatio
+                source: root.alert.imageSource
+                sourceSize.width: root.alert.imageSide * Screen.devicePixelRatio
+                sourceSize.height: root.alert.imageSide * Screen.devicePixelRatio
+                smooth: false
+            }
             Repeater {
                 model: root.alert.textFields
                 delegate: FieldRow {}
