@@ -2,7 +2,8 @@
 
 #include "app/status/notification_names.h"
 #include "daemon/debug_link/DebugLink.h"
-#include "daemon/debug_link/screen_capture.h"
+#include "daemon/debug_link/app_files.h"
+#include "daemon/session_screen.h"
 #include "platform/dispatch/dispatch.h"
 #include "platform/notify/notify.h"
 
@@ -65,7 +66,9 @@ void Floatball::answerPing() {
 void Floatball::setDebugEnabled(bool enabled) {
     if (enabled && !link_) {
         link_ = new DebugLink(documents_, supervisor_, this);
-        link_->setScreenCapture([documents = documents_] { return captureSessionScreen(documents); });
+        link_->setScreenCapture([this] {
+            return captureSessionScreen(supervisor_.sessionDisplays().forUser(documentsOwner(documents_).uid));
+        });
         connect(link_, &DebugLink::connectedChanged, this, &Floatball::onDebugClientsChanged);
         // Without the port the switch stays off: the answer below tells the application so.
         if (!link_->start(debugPort_)) enabled = false;

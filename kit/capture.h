@@ -12,6 +12,11 @@ namespace brisko {
 // unavailable otherwise. Run once, from start-up.
 void _bkCaptureInitialize(const QScreen* screen);
 
+// The X root window's size in pixels at scale 1, for a process without a Qt screen (the
+// daemon); empty metrics when no display can be opened.
+struct BKScreenMetrics;
+BKScreenMetrics _bkMetricsForX11Root();
+
 // The frame the display delivers: s_captureNativeSize pixels (as much of it as lies on the
 // screen) of B,G,R,X in one shared segment.
 struct BKScreenshotSurface {

@@ -159,6 +159,18 @@ void _bkCaptureInitialize(const QScreen* screen) {
     s_previousIOErrorHandler = XSetIOErrorHandler(onIOError);
 }
 
+BKScreenMetrics _bkMetricsForX11Root() {
+    BKScreenMetrics metrics;
+    Display* display = XOpenDisplay(nullptr);
+    if (!display) return metrics;
+    const int screen = DefaultScreen(display);
+    metrics.nativeBounds = QSizeF(DisplayWidth(display, screen), DisplayHeight(display, screen));
+    metrics.bounds = metrics.nativeBounds;
+    metrics.nativeScale = metrics.scale = 1;
+    XCloseDisplay(display);
+    return metrics;
+}
+
 BKScreenshotSurface* _ensureScreenshotSurface() {
     if (rootResized() && s_screenshotSurface) {
         destroyFrame(s_screenshotSurface);

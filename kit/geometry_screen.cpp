@@ -73,7 +73,7 @@ void observeOrientation(QScreen* screen) {
 void initializeOnce() {
     s_initialized.store(true);
     QScreen* screen = primaryScreen();
-    const BKScreenMetrics metrics = _metricsForScreen(screen);
+    const BKScreenMetrics metrics = screen ? _metricsForScreen(screen) : _bkMetricsForX11Root();
     const BKScreenGeometry geometry = _screenGeometryFor(&metrics, _bkCurrentDeviceModel());
     s_screenPointSize = geometry.pointSize;
     s_captureBaseLandscape = geometry.captureBaseLandscape;

@@ -3,6 +3,7 @@
 #include "api_protocol.h"
 #include "app/status/notification_names.h"
 #include "daemon/script_log.h"
+#include "daemon/session_screen.h"
 #include "kit/BKKit.h"
 #include "kit/geometry.h"
 #include "platform/dispatch/dispatch.h"
@@ -16,15 +17,9 @@
 #include <mutex>
 
 namespace brisko::scriptapi {
+
+using daemon::captureSessionScreen;
 namespace {
-
-// The kit's capture is not reentrant, and each run's server has its own thread.
-std::mutex s_captureLock;
-
-QImage captureScreen() {
-    std::lock_guard lock(s_captureLock);
-    return BKKit::captureScreen();
-}
 
 const QString kNoCapture = QStringLiteral("screen capture unavailable");
 
@@ -64,7 +59,7 @@ QJsonObject ApiCalls::handle(const QJsonObject& request) {
 
 QJsonObject ApiCalls::screenshot(const QString& path) {
     if (path.isEmpty()) return errorReply(QStringLiteral("no path"));
-    const QImage image = captureScreen();
+    const QImage image = captureSessionScreen({settings_.display, settings_.xauthority});
     if (image.isNull()) return errorReply(kNoCapture);
     QByteArray png;
     QBuffer buffer(&png);
@@ -77,7 +72,7 @@ QJsonObject ApiCalls::screenshot(const QString& path) {
 }
 
 QJsonObject ApiCalls::colorAt(QPointF at) {
-    const QImage image = captureScreen();
+    const QImage image = captureSessionScreen({settings_.display, settings_.xauthority});
     if (image.isNull()) return errorReply(kNoCapture);
     const QPoint pixel(int(std::floor(at.x())), int(std::floor(at.y())));
     if (!image.valid(pixel)) return errorReply(QStringLiteral("outside the screen"));
