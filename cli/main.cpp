@@ -2,8 +2,8 @@
 //   brisko-cli --device IP[:PORT] --token T push DIR|run|stop|pause|resume|log [-f]|screenshot FILE|info
 //   brisko-cli api …      the per-run script API, for shell scripts running on the device
 
-#include "daemon/script_api/api_client.h"
 #include "cli/commands.h"
+#include "daemon/script_api/api_client.h"
 
 #include <QCoreApplication>
 

@@ -67,7 +67,8 @@ void Floatball::setDebugEnabled(bool enabled) {
     if (enabled && !link_) {
         link_ = new DebugLink(documents_, supervisor_, this);
         link_->setScreenCapture([this] {
-            return captureSessionScreen(supervisor_.sessionDisplays().forUser(documentsOwner(documents_).uid));
+            return captureSessionScreen(
+                supervisor_.sessionDisplays().forUser(documentsOwner(documents_).uid));
         });
         connect(link_, &DebugLink::connectedChanged, this, &Floatball::onDebugClientsChanged);
         // Without the port the switch stays off: the answer below tells the application so.
