@@ -1,6 +1,7 @@
 #include "script_log.h"
 
 #include "daemon/logging.h"
+#include "platform/fileio/write_all.h"
 
 #include <QFile>
 
@@ -37,17 +38,6 @@ void appendBytes(QByteArray& out, const char* data, qsizetype size) {
     const qsizetype at = out.size();
     out.resize(at + size);
     memcpy(out.data() + at, data, size_t(size));
-}
-
-bool writeAll(int fd, const char* data, qsizetype size) {
-    while (size > 0) {
-        const ssize_t n = ::write(fd, data, size_t(size));
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        data += n;
-        size -= n;
-    }
-    return true;
 }
 
 } // namespace
@@ -142,7 +132,7 @@ void ScriptLog::writeOut(const QByteArray& text) {
         open();
         if (fd_ < 0) return;
     }
-    if (writeAll(fd_, text.constData(), text.size()))
+    if (fileio::writeAll(fd_, text.constData(), size_t(text.size())))
         size_ += text.size();
     else
         qCDebug(lcDaemon, "log write failed: %s", strerror(errno));

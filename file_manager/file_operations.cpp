@@ -2,6 +2,7 @@
 
 #include "file_names.h"
 #include "logging.h"
+#include "platform/fileio/write_all.h"
 
 #include <QFileInfo>
 
@@ -29,17 +30,6 @@ bool makeFolders(const QByteArray& path) {
     return ::mkdir(path.constData(), 0755) == 0;
 }
 
-bool writeAll(int fd, const char* data, ssize_t length) {
-    while (length > 0) {
-        const ssize_t written = ::write(fd, data, size_t(length));
-        if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) return false;
-        data += written;
-        length -= written;
-    }
-    return true;
-}
-
 bool copyContents(int from, int to) {
     char buffer[1 << 16];
     for (;;) {
@@ -47,7 +37,7 @@ bool copyContents(int from, int to) {
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) return false;
         if (got == 0) return ::fsync(to) == 0;
-        if (!writeAll(to, buffer, got)) return false;
+        if (!fileio::writeAll(to, buffer, size_t(got))) return false;
     }
 }
 

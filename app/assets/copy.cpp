@@ -1,6 +1,7 @@
 #include "app/assets/copy.h"
 
 #include "app/assets/native_fs.h"
+#include "platform/fileio/write_all.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -27,24 +28,13 @@ QByteArray temporarySibling(const QByteArray& path) {
     return joinPath(parentOf(path), "." + baseName(path) + ".deploying-XXXXXX");
 }
 
-bool writeAll(int fd, const char* data, ssize_t size) {
-    while (size > 0) {
-        const ssize_t n = write(fd, data, std::size_t(size));
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        data += n;
-        size -= n;
-    }
-    return true;
-}
-
 bool copyContent(int from, int to) {
     std::array<char, 65536> buffer;
     for (;;) {
         const ssize_t n = read(from, buffer.data(), buffer.size());
         if (n == 0) return true;
         if (n < 0 && errno == EINTR) continue;
-        if (n < 0 || !writeAll(to, buffer.data(), n)) return false;
+        if (n < 0 || !fileio::writeAll(to, buffer.data(), size_t(n))) return false;
     }
 }
 

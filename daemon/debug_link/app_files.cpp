@@ -1,6 +1,7 @@
 #include "app_files.h"
 
 #include "daemon/logging.h"
+#include "platform/fileio/write_all.h"
 
 #include <QFile>
 #include <QUrl>
@@ -48,17 +49,6 @@ int enterFolder(int parent, const QByteArray& name, const DocumentsOwner& owner)
     return errno == EEXIST ? openat(parent, name.constData(), kFolderFlags) : -1;
 }
 
-bool writeAll(int fd, const QByteArray& data) {
-    qsizetype written = 0;
-    while (written < data.size()) {
-        const ssize_t n = ::write(fd, data.constData() + written, size_t(data.size() - written));
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        written += n;
-    }
-    return true;
-}
-
 QByteArray temporaryName(const QByteArray& name) {
     quint32 salt = 0;
     if (getrandom(&salt, sizeof salt, GRND_NONBLOCK) != sizeof salt) salt = quint32(getpid());
@@ -72,7 +62,7 @@ bool replaceFile(int folder, const QByteArray& name, const QByteArray& data, mod
     Fd fd(openat(folder, temporary.constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
     if (fd.get() < 0) return false;
     giveToOwner(fd.get(), owner);
-    if (fchmod(fd.get(), mode) == 0 && writeAll(fd.get(), data) &&
+    if (fchmod(fd.get(), mode) == 0 && fileio::writeAll(fd.get(), data.constData(), size_t(data.size())) &&
         renameat(folder, temporary.constData(), folder, name.constData()) == 0)
         return true;
     unlinkat(folder, temporary.constData(), 0);

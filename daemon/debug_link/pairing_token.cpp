@@ -1,6 +1,7 @@
 #include "pairing_token.h"
 
 #include "daemon/logging.h"
+#include "platform/fileio/write_all.h"
 
 #include <QFile>
 
@@ -23,17 +24,6 @@ bool fillRandom(unsigned char* out, size_t size) {
         if (got < 0 && errno == EINTR) continue;
         if (got <= 0) return false;
         filled += size_t(got);
-    }
-    return true;
-}
-
-bool writeAll(int fd, const QByteArray& data) {
-    qsizetype written = 0;
-    while (written < data.size()) {
-        const ssize_t n = ::write(fd, data.constData() + written, size_t(data.size() - written));
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        written += n;
     }
     return true;
 }
@@ -70,7 +60,7 @@ bool writeTokenFile(const QString& documents, const QByteArray& token) {
         return false;
     }
     const bool ok = fchmod(fd, 0600) == 0 && handToOwner(fd, QFile::encodeName(documents)) &&
-                    writeAll(fd, token) && fsync(fd) == 0;
+                    fileio::writeAll(fd, token.constData(), size_t(token.size())) && fsync(fd) == 0;
     ::close(fd);
     if (ok && ::rename(temporary.constData(), path.constData()) == 0) return true;
     qCDebug(lcDaemon, "debug link: cannot write the token: %s", strerror(errno));

@@ -1,5 +1,7 @@
 #include "write_as_user.h"
 
+#include "platform/fileio/write_all.h"
+
 #include <QFile>
 
 #include <cerrno>
@@ -23,21 +25,12 @@ bool becomeForFiles(const ScriptIdentity& identity) {
            gid_t(syscall(SYS_setfsgid, -1)) == identity.gid;
 }
 
-bool writeAll(int fd, const QByteArray& bytes) {
-    for (qsizetype done = 0; done < bytes.size();) {
-        const ssize_t n = ::write(fd, bytes.constData() + done, size_t(bytes.size() - done));
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        done += n;
-    }
-    return true;
-}
-
 int replaceFile(const QByteArray& path, const QByteArray& bytes) {
     QByteArray temporary = path + ".XXXXXX";
     const int fd = mkostemp(temporary.data(), O_CLOEXEC);
     if (fd < 0) return errno;
-    const bool written = fchmod(fd, 0644) == 0 && writeAll(fd, bytes) && fsync(fd) == 0;
+    const bool written = fchmod(fd, 0644) == 0 &&
+                         fileio::writeAll(fd, bytes.constData(), size_t(bytes.size())) && fsync(fd) == 0;
     const int error = written ? 0 : errno;
     ::close(fd);
     if (written && ::rename(temporary.constData(), path.constData()) == 0) return 0;
