@@ -80,9 +80,9 @@ Item {
             readonly property bool monospaced: root.topController
                                                 && root.topController.titleFont === ViewController.Monospaced
             text: root.topController ? root.topController.title : ""
-            font.family: monospaced ? "monospace" : Qt.application.font.family
-            font.pixelSize: monospaced ? 15 : 17
-            font.weight: monospaced ? Font.Medium : Font.DemiBold
+            // A font without a family is the application's own.
+            font: monospaced ? Qt.font({family: "monospace", pixelSize: 15, weight: Font.Medium})
+                             : Qt.font({pixelSize: 17, weight: Font.DemiBold})
             color: SystemColors.label
         }
 
