@@ -17,7 +17,7 @@
 namespace brisko {
 
 PlainTextArea::PlainTextArea(QQuickItem* parent) : QQuickPaintedItem(parent) {
-    setFlags(ItemAcceptsInputMethod | ItemIsFocusScope);
+    setFlags(flags() | ItemAcceptsInputMethod | ItemIsFocusScope); // keeps ItemHasContents
     setAcceptedMouseButtons(Qt::LeftButton);
     setCursor(QCursor(Qt::IBeamCursor));
     for (auto changed : {&PlainTextArea::viewportChanged, &PlainTextArea::appearanceChanged,

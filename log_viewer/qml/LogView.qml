@@ -29,7 +29,7 @@ Rectangle {
         const item = list.itemAt(x, y + list.contentY)
         if (!item)
             return y + list.contentY < 0 ? { line: 0, column: 0 } : { line: list.count - 1, column: 1 << 30 }
-        const line = item as LogLine
+        const line = item
         const local = root.mapToItem(line.textItem, x, y)
         return { line: line.index, column: line.textItem.positionAt(local.x, local.y) }
     }
@@ -87,7 +87,7 @@ Rectangle {
             model: lineItem.matches
             delegate: MatchMark {}
             onItemAdded: (index, item) => {
-                const mark = item as MatchMark
+                const mark = item
                 mark.edit = edit
             }
         }
