@@ -29,8 +29,8 @@ bool Floatball::start(quint16 port) {
     observe(names::kPing, &Floatball::answerPing);
     observe(names::kDebugEnableRequest, &Floatball::onDebugEnableRequest);
     observe(names::kDebugDisableRequest, &Floatball::onDebugDisableRequest);
-    webPanel_.listen(); // without its page server the panel shows an error page; scripts still run
-    return server_.listen(port);
+    webPanel_.listenOnLoopback(); // without its page server the panel shows an error page; scripts still run
+    return server_.listenOnLoopback(port);
 }
 
 // Observers run on the notification thread; the work belongs on the main thread.

@@ -110,13 +110,17 @@ void GuardedTcpServer::armIdleTimer(QTcpSocket* socket) {
 TaskServer::TaskServer(CommandHandler handler, QObject* parent)
     : QAbstractHttpServer(parent), handler_(std::move(handler)), tcp_(new GuardedTcpServer(this)) {}
 
-bool TaskServer::listen(quint16 port) {
-    if (!tcp_->listen(QHostAddress::LocalHost, port)) {
-        qCDebug(lcDaemon, "task endpoint: cannot listen on %u: %s", port, qPrintable(tcp_->errorString()));
+bool GuardedTcpServer::listenOnLoopbackFor(QAbstractHttpServer* http, quint16 port) {
+    if (!listen(QHostAddress::LocalHost, port)) {
+        qCDebug(lcDaemon, "cannot listen on 127.0.0.1:%u: %s", port, qPrintable(errorString()));
         return false;
     }
-    bind(tcp_);
+    http->bind(this);
     return true;
+}
+
+bool TaskServer::listenOnLoopback(quint16 port) {
+    return tcp_->listenOnLoopbackFor(this, port);
 }
 
 quint16 TaskServer::port() const {

@@ -24,6 +24,8 @@ class GuardedTcpServer : public QTcpServer {
     using QTcpServer::QTcpServer;
     // A request was answered: the connection may send another, with a fresh allowance.
     void requestAnswered(QTcpSocket* socket);
+    // Listens on 127.0.0.1 only and hands the connections to http; false when the port is taken.
+    bool listenOnLoopbackFor(QAbstractHttpServer* http, quint16 port);
 
   protected:
     void incomingConnection(qintptr descriptor) override;
@@ -42,7 +44,7 @@ class TaskServer : public QAbstractHttpServer {
     using CommandHandler = std::function<QJsonObject(const QString& cmd)>;
 
     explicit TaskServer(CommandHandler handler, QObject* parent = nullptr);
-    bool listen(quint16 port = kTaskPort);
+    bool listenOnLoopback(quint16 port = kTaskPort);
     quint16 port() const;
 
   protected:

@@ -49,13 +49,8 @@ WebPanelServer::WebPanelServer(QString documents, QObject* parent)
       onClose_([] { notify::post(QString::fromLatin1(names::kWebViewClose)); }),
       tcp_(new daemon::GuardedTcpServer(this)) {}
 
-bool WebPanelServer::listen(quint16 port) {
-    if (!tcp_->listen(QHostAddress::LocalHost, port)) {
-        qCDebug(lcWebPanel, "cannot listen on %u: %s", port, qPrintable(tcp_->errorString()));
-        return false;
-    }
-    bind(tcp_);
-    return true;
+bool WebPanelServer::listenOnLoopback(quint16 port) {
+    return tcp_->listenOnLoopbackFor(this, port);
 }
 
 quint16 WebPanelServer::port() const {

@@ -21,7 +21,7 @@ class WebPanelServer : public QAbstractHttpServer {
   public:
     // onClose: what POST /close does; it posts the panel's close notification unless replaced.
     explicit WebPanelServer(QString documents, QObject* parent = nullptr);
-    bool listen(quint16 port = kWebPanelPort);
+    bool listenOnLoopback(quint16 port = kWebPanelPort);
     quint16 port() const;
     void setCloseHandler(std::function<void()> onClose) { onClose_ = std::move(onClose); }
 

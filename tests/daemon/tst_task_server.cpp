@@ -18,7 +18,7 @@ struct Endpoint {
         commands << cmd;
         return taskReply(cmd == "start" ? QString() : QStringLiteral("未知指令"));
     }};
-    Endpoint() { QVERIFY(server.listen(0)); }
+    Endpoint() { QVERIFY(server.listenOnLoopback(0)); }
     QByteArray host() const { return "127.0.0.1:" + QByteArray::number(server.port()); }
 };
 

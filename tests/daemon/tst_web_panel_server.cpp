@@ -44,7 +44,7 @@ struct Site {
         QFile::link(documents.filePath("app/secret.txt"), web + "/out");
         QFile::link(documents.filePath("app"), web + "/dirlink");
         server.setCloseHandler([this] { ++closes; });
-        QVERIFY(server.listen(0));
+        QVERIFY(server.listenOnLoopback(0));
     }
     QByteArray host() const { return "127.0.0.1:" + QByteArray::number(server.port()); }
 
@@ -168,7 +168,7 @@ class WebPanelServerTest : public QObject {
     void closePostsTheNotification() {
         QTemporaryDir documents;
         WebPanelServer server(documents.path());
-        QVERIFY(server.listen(0));
+        QVERIFY(server.listenOnLoopback(0));
         // Observers live as long as the process, and run on the notification thread.
         static std::atomic<int> seen{0};
         brisko::notify::addObserver(QString::fromLatin1(brisko::names::kWebViewClose), [] { ++seen; });

@@ -26,14 +26,15 @@ class TestFileListing : public QObject {
 namespace {
 
 // "name/" makes a folder, "name->target" a symbolic link, anything else a file; names are bytes.
-void make(const QByteArray& root, const QByteArray& spec) {
-    const qsizetype arrow = spec.indexOf("->");
+void make(const QByteArray& root, const QByteArray& entry) {
+    const qsizetype arrow = entry.indexOf("->");
     if (arrow > 0) {
-        QVERIFY(::symlink(spec.mid(arrow + 2).constData(), (root + '/' + spec.left(arrow)).constData()) == 0);
-    } else if (spec.endsWith('/')) {
-        QVERIFY(::mkdir((root + '/' + spec.chopped(1)).constData(), 0755) == 0);
+        QVERIFY(::symlink(entry.mid(arrow + 2).constData(), (root + '/' + entry.left(arrow)).constData()) ==
+                0);
+    } else if (entry.endsWith('/')) {
+        QVERIFY(::mkdir((root + '/' + entry.chopped(1)).constData(), 0755) == 0);
     } else {
-        const int fd = ::open((root + '/' + spec).constData(), O_WRONLY | O_CREAT | O_EXCL, 0644);
+        const int fd = ::open((root + '/' + entry).constData(), O_WRONLY | O_CREAT | O_EXCL, 0644);
         QVERIFY(fd >= 0);
         ::close(fd);
     }
