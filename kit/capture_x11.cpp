@@ -2,6 +2,7 @@
 #include "kit/capture.h"
 #include "kit/geometry.h"
 
+#include <QLoggingCategory>
 #include <QScreen>
 
 #include <X11/Xlib.h>
@@ -12,9 +13,13 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <cmath>
+#include <cstring>
 
 namespace brisko {
+
+Q_LOGGING_CATEGORY(lcCapture, "brisko.capture", QtInfoMsg)
 
 namespace {
 
@@ -80,7 +85,10 @@ bool attachSegment(ShmFrame* frame) {
     XShmSegmentInfo& segment = frame->segment;
     const size_t bytes = size_t(frame->image->bytes_per_line) * size_t(frame->image->height);
     segment.shmid = shmget(IPC_PRIVATE, bytes, IPC_CREAT | 0600);
-    if (segment.shmid < 0) return false;
+    if (segment.shmid < 0) {
+        qCDebug(lcCapture) << "shmget of" << bytes << "bytes failed:" << std::strerror(errno);
+        return false;
+    }
     segment.shmaddr = static_cast<char*>(shmat(segment.shmid, nullptr, 0));
     segment.readOnly = False;
     const int errorsBefore = s_displayErrors.load();
@@ -88,6 +96,7 @@ bool attachSegment(ShmFrame* frame) {
                           XSync(s_display, False) && s_displayErrors.load() == errorsBefore && usable();
     // Marked for removal now: the segment goes away with the last process that holds it.
     shmctl(segment.shmid, IPC_RMID, nullptr);
+    if (!attached) qCDebug(lcCapture) << "the X server did not attach the shared segment";
     return attached;
 }
 
@@ -98,6 +107,9 @@ ShmFrame* createFrame(int32_t width, int32_t height) {
                                    unsigned(DefaultDepth(s_display, screen)), ZPixmap, nullptr,
                                    &frame->segment, unsigned(width), unsigned(height));
     if (!frame->image || !isBgrx(frame->image) || !attachSegment(frame)) {
+        if (frame->image && !isBgrx(frame->image))
+            qCDebug(lcCapture) << "the root's pixel format is not 32-bit BGRX:"
+                               << frame->image->bits_per_pixel << "bits";
         destroyFrame(frame);
         return nullptr;
     }
@@ -145,8 +157,12 @@ void _bkCaptureInitialize(const QScreen* screen) {
         s_originY = int(std::lround(screen->geometry().y() * ratio));
     }
     Display* display = XOpenDisplay(nullptr);
-    if (!display) return;
+    if (!display) {
+        qCDebug(lcCapture) << "no X display to capture:" << qgetenv("DISPLAY");
+        return;
+    }
     if (!XShmQueryExtension(display)) {
+        qCDebug(lcCapture) << "the X server has no MIT-SHM";
         XCloseDisplay(display);
         return;
     }
@@ -180,7 +196,10 @@ BKScreenshotSurface* _ensureScreenshotSurface() {
     if (!usable()) return nullptr;
     // Fractional scales can round the size a pixel past the screen, which X would refuse.
     const QSizeF size = frameSize();
-    if (!isFrameSize(size.width(), size.height())) return nullptr;
+    if (!isFrameSize(size.width(), size.height())) {
+        qCDebug(lcCapture) << "no frame fits the screen:" << size;
+        return nullptr;
+    }
     s_screenshotSurface = createFrame(int32_t(size.width()), int32_t(size.height()));
     return s_screenshotSurface ? &s_screenshotSurface->surface : nullptr;
 }
