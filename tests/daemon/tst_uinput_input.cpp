@@ -72,19 +72,46 @@ QString trace(const QList<input_event>& events) {
     return words.join(u'|');
 }
 
-// The call as the API makes it, with the scheduler run until nothing is left.
-QString perform(UinputDevice& device, const QString& call, const QVariantList& a, bool abandon) {
+// "tap 10 20", "swipe 0 0 30 60 48", "key Return" as the API makes them, with the scheduler run
+// until nothing is left; "abandoned" after a swipe ends its run as soon as it starts.
+QString perform(UinputDevice& device, const QString& request) {
     testing::ManualScheduler scheduler;
-    const auto point = [&](int i) { return QPointF(a.value(i).toDouble(), a.value(i + 1).toDouble()); };
-    if (call == u"tap") return device.tap(point(0));
-    if (call == u"key") return device.key(a.value(0).toString());
+    const QStringList w = request.split(u' ');
+    const auto point = [&](int i) { return QPointF(w.value(i).toDouble(), w.value(i + 1).toDouble()); };
+    if (w[0] == u"tap") return device.tap(point(1));
+    if (w[0] == u"key") return device.key(w.value(1));
     QStringList replies;
+    const bool abandoned = w.last() == u"abandoned";
     device.swipe(
-        point(0), point(2), a.value(4).toInt(), [abandon] { return abandon; },
-        [&](const QString& error) { replies << QLatin1String("done ") + error; });
+        point(1), point(3), w.value(5).toInt(), [abandoned] { return abandoned; },
+        [&](const QString& error) { replies << error; });
     scheduler.advance(11);
-    return scheduler.pendingCount() == 0 && replies.size() == 1 ? replies[0].mid(5) : replies.join(u';');
+    return scheduler.pendingCount() == 0 && replies.size() == 1 ? replies[0]
+                                                                : QStringLiteral("not done once");
 }
+
+struct CallRow {
+    const char* name;
+    const char* request;
+    const char* trace;
+    const char* error;
+};
+
+const CallRow kCallRows[] = {
+    {"tap", "tap 10 20", "down 10,20|up", ""},
+    {"tap on the far edge", "tap 1001 2001", "down 1000,2000|up", ""},
+    {"tap left of the screen", "tap -1 5", "", "outside the screen"},
+    {"tap below the screen", "tap 5 2002", "", "outside the screen"},
+    {"swipe in three steps", "swipe 0 0 30 60 48", "down 0,0|move 10,20|move 20,40|move 30,60|up", ""},
+    {"swipe of no time", "swipe 0 0 30 60 0", "down 0,0|move 30,60|up", ""},
+    {"swipe ending off the screen", "swipe 0 0 3000 60 48", "", "outside the screen"},
+    {"swipe whose run ended lifts at once", "swipe 0 0 30 60 480 abandoned", "down 0,0|up", ""},
+    {"key", "key Return", "key 28 1|key 28 0", ""},
+    {"upper-case letter is its key", "key A", "key 30 1|key 30 0", ""},
+    {"media key", "key XF86AudioRaiseVolume", "key 115 1|key 115 0", ""},
+    {"unknown key", "key Hyper_Q", "", "unknown key: Hyper_Q"},
+    {"keysym lookalike", "key return", "", "unknown key: return"},
+};
 
 } // namespace
 
@@ -93,87 +120,27 @@ class UinputInputTest : public QObject {
 
   private slots:
     void calls_data() {
-        QTest::addColumn<QString>("call");
-        QTest::addColumn<QVariantList>("arguments");
-        QTest::addColumn<bool>("abandon");
+        QTest::addColumn<QString>("request");
         QTest::addColumn<QString>("trace");
         QTest::addColumn<QString>("error");
-        QTest::newRow("tap") << "tap" << QVariantList{10, 20} << false << "down 10,20|up"
-                             << "";
-        QTest::newRow("tap on the far edge")
-            << "tap" << QVariantList{1001, 2001} << false << "down 1000,2000|up"
-            << "";
-        QTest::newRow("tap left of the screen") << "tap" << QVariantList{-1, 5} << false << ""
-                                                << "outside the screen";
-        QTest::newRow("tap below the screen") << "tap" << QVariantList{5, 2002} << false << ""
-                                              << "outside the screen";
-        QTest::newRow("swipe in three steps") << "swipe" << QVariantList{0, 0, 30, 60, 48} << false
-                                              << "down 0,0|move 10,20|move 20,40|move 30,60|up"
-                                              << "";
-        QTest::newRow("swipe of no time")
-            << "swipe" << QVariantList{0, 0, 30, 60, 0} << false << "down 0,0|move 30,60|up"
-            << "";
-        QTest::newRow("swipe ending off the screen")
-            << "swipe" << QVariantList{0, 0, 3000, 60, 48} << false << ""
-            << "outside the screen";
-        QTest::newRow("swipe whose run ended lifts at once")
-            << "swipe" << QVariantList{0, 0, 30, 60, 480} << true << "down 0,0|up"
-            << "";
-        QTest::newRow("key Return") << "key" << QVariantList{"Return"} << false << "key 28 1|key 28 0"
-                                    << "";
-        QTest::newRow("upper-case letter is its key")
-            << "key" << QVariantList{"A"} << false << "key 30 1|key 30 0"
-            << "";
-        QTest::newRow("media key") << "key" << QVariantList{"XF86AudioRaiseVolume"} << false
-                                   << "key 115 1|key 115 0"
-                                   << "";
-        QTest::newRow("unknown key") << "key" << QVariantList{"Hyper_Q"} << false << ""
-                                     << "unknown key: Hyper_Q";
-        QTest::newRow("keysym lookalike") << "key" << QVariantList{"return"} << false << ""
-                                          << "unknown key: return";
+        for (const CallRow& row : kCallRows)
+            QTest::newRow(row.name) << QString(row.request) << QString(row.trace) << QString(row.error);
     }
     void calls() {
-        QFETCH(QString, call);
-        QFETCH(QVariantList, arguments);
-        QFETCH(bool, abandon);
+        QFETCH(QString, request);
         QFETCH(QString, trace);
         QFETCH(QString, error);
         Pipe pipe;
         UinputDevice device(pipe.write, kPlainFrame);
-        QCOMPARE(perform(device, call, arguments, abandon), error);
+        QCOMPARE(perform(device, request), error);
         QCOMPARE(::trace(pipe.drain()), trace);
-        // The finger is up again: a second touch is accepted.
+        // Nothing is left down: the next touch is taken.
         QCOMPARE(device.tap({1, 1}), QString());
-    }
-
-    void aFailedWriteIsTheReply_data() {
-        QTest::addColumn<QString>("call");
-        QTest::addColumn<QVariantList>("arguments");
-        QTest::newRow("tap") << "tap" << QVariantList{1, 2};
-        QTest::newRow("swipe") << "swipe" << QVariantList{1, 2, 3, 4, 100};
-        QTest::newRow("key") << "key" << QVariantList{"Return"};
-    }
-    void aFailedWriteIsTheReply() {
-        QFETCH(QString, call);
-        QFETCH(QVariantList, arguments);
+        // A descriptor that refuses the write: its error is the reply.
         const int readOnly = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
-        UinputDevice device(readOnly, kPlainFrame);
-        QCOMPARE(perform(device, call, arguments, false),
-                 QStringLiteral("uinput write: Bad file descriptor"));
+        UinputDevice refused(readOnly, kPlainFrame);
+        QCOMPARE(perform(refused, request), error.isEmpty() ? "uinput write: Bad file descriptor" : error);
         ::close(readOnly);
-    }
-
-    void oneTouchAtATime() {
-        Pipe pipe;
-        UinputDevice device(pipe.write, kPlainFrame);
-        testing::ManualScheduler scheduler;
-        QString swiped = "pending";
-        device.swipe(
-            {0, 0}, {10, 10}, 160, [] { return false; }, [&](const QString& e) { swiped = e; });
-        QCOMPARE(device.tap({5, 5}), QStringLiteral("a touch is already in progress"));
-        scheduler.advance(1);
-        QCOMPARE(swiped, QString());
-        QCOMPARE(device.tap({5, 5}), QString());
     }
 
     // The kit's decoder reads the device as it reads a real panel: it lands where it was aimed.
@@ -181,7 +148,6 @@ class UinputInputTest : public QObject {
         QTest::addColumn<int>("quad");
         QTest::addColumn<bool>("landscapePanel");
         QTest::addColumn<QPointF>("aim");
-        QTest::newRow("portrait") << 0 << false << QPointF(100, 700);
         QTest::newRow("portrait, top left") << 0 << false << QPointF(0, 0);
         QTest::newRow("turned left") << 1 << false << QPointF(700, 100);
         QTest::newRow("upside down, top left") << 2 << false << QPointF(0, 0);
@@ -204,9 +170,7 @@ class UinputInputTest : public QObject {
         QList<TouchReport> reports;
         for (const input_event& event : pipe.drain())
             if (const auto report = decoder.feed(event)) reports << *report;
-        QCOMPARE(reports.size(), 2);
-        QCOMPARE(reports[0].phase, 0);
-        QCOMPARE(reports[1].phase, 2);
+        QCOMPARE(reports.size(), 2); // began, ended
         double x, y;
         _physNormToLogical(&x, &y, reports[0].x, reports[0].y);
         QVERIFY2(std::abs(x - aim.x()) <= 1 && std::abs(y - aim.y()) <= 1,
@@ -217,16 +181,13 @@ class UinputInputTest : public QObject {
     void sizedByTheDisplayMode_data() {
         QTest::addColumn<QStringList>("connectors"); // name:status:modes
         QTest::addColumn<QSize>("axes");
-        QTest::newRow("one display") << QStringList{"card0-eDP-1:connected:1920x1080\n1280x720\n"}
-                                     << QSize(1920, 1080);
-        QTest::newRow("the connected one")
-            << QStringList{"card0-DP-1:disconnected:", "card0-HDMI-A-1:connected:1080x2340i"}
+        QTest::newRow("the connected one, its first mode")
+            << QStringList{"card0-DP-1:disconnected:800x600", "card0-HDMI-A-1:connected:1080x2340i\n720x1280"}
             << QSize(1080, 2340);
         QTest::newRow("connected, no modes") << QStringList{"card0-DP-1:connected:"} << QSize();
         QTest::newRow("not a mode") << QStringList{"card0-DP-1:connected:x1080\n"} << QSize();
         QTest::newRow("absurd mode") << QStringList{"card0-DP-1:connected:99999999x1"} << QSize();
         QTest::newRow("zero mode") << QStringList{"card0-DP-1:connected:0x1080"} << QSize();
-        QTest::newRow("no connectors") << QStringList{} << QSize();
     }
     void sizedByTheDisplayMode() {
         QFETCH(QStringList, connectors);
