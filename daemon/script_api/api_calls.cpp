@@ -28,7 +28,13 @@ QJsonObject replyFor(const QString& error) {
 }
 
 QPointF pointArgument(const QJsonObject& request, const char* x, const char* y) {
-    return pointsToPixels({request.value(x).toDouble(), request.value(y).toDouble()});
+    return {request.value(x).toDouble(), request.value(y).toDouble()};
+}
+
+// Neither way in: say why for both.
+QString uinputError(const QString& noDisplay, const UinputInput::Outcome& outcome) {
+    if (!outcome.noDevice) return outcome.error;
+    return QStringLiteral("%1, and no uinput device (%2)").arg(noDisplay, outcome.error);
 }
 
 } // namespace
@@ -39,22 +45,46 @@ QPointF pointsToPixels(QPointF points) {
 }
 
 ApiCalls::ApiCalls(ScriptApiSettings settings, const std::atomic<bool>& cancel)
-    : settings_(std::move(settings)), cancel_(cancel), input_(settings_.display, settings_.xauthority) {}
+    : settings_(std::move(settings)), cancel_(cancel), input_(settings_.display, settings_.xauthority),
+      uinput_(cancel) {}
 
 ApiCalls::~ApiCalls() = default;
 
 QJsonObject ApiCalls::handle(const QJsonObject& request) {
     const QString call = request.value("call").toString();
     if (call == u"screenshot") return screenshot(request.value("path").toString());
-    if (call == u"color_at") return colorAt(pointArgument(request, "x", "y"));
-    if (call == u"tap") return replyFor(input_.tap(pointArgument(request, "x", "y")));
+    if (call == u"color_at") return colorAt(pointsToPixels(pointArgument(request, "x", "y")));
+    if (call == u"tap") return replyFor(tap(pointArgument(request, "x", "y")));
     if (call == u"swipe")
-        return replyFor(input_.swipe(pointArgument(request, "x1", "y1"), pointArgument(request, "x2", "y2"),
-                                     int(std::clamp(request.value("ms").toDouble(), 0.0, 1e6)), cancel_));
-    if (call == u"key") return replyFor(input_.key(request.value("name").toString()));
+        return replyFor(swipe(pointArgument(request, "x1", "y1"), pointArgument(request, "x2", "y2"),
+                              int(std::clamp(request.value("ms").toDouble(), 0.0, 1e6))));
+    if (call == u"key") return replyFor(key(request.value("name").toString()));
     if (call == u"webview") return webview(request.value("action").toString());
     if (call == u"log") return log(request.value("text").toString());
     return errorReply(QStringLiteral("unknown call"));
+}
+
+void ApiCalls::interrupt() {
+    uinput_.interrupt();
+}
+
+QString ApiCalls::tap(QPointF at) {
+    const QString noDisplay = input_.ensureOpen();
+    if (noDisplay.isEmpty()) return input_.tap(pointsToPixels(at));
+    return uinputError(noDisplay, uinput_.tap(at));
+}
+
+QString ApiCalls::swipe(QPointF from, QPointF to, int milliseconds) {
+    const QString noDisplay = input_.ensureOpen();
+    if (noDisplay.isEmpty())
+        return input_.swipe(pointsToPixels(from), pointsToPixels(to), milliseconds, cancel_);
+    return uinputError(noDisplay, uinput_.swipe(from, to, milliseconds));
+}
+
+QString ApiCalls::key(const QString& name) {
+    const QString noDisplay = input_.ensureOpen();
+    if (noDisplay.isEmpty()) return input_.key(name);
+    return uinputError(noDisplay, uinput_.key(name));
 }
 
 QJsonObject ApiCalls::screenshot(const QString& path) {

@@ -1,6 +1,7 @@
 #pragma once
 // What each script API call does. Runs on the server's thread, one call at a time.
 
+#include "daemon/script_api/uinput/uinput_input.h"
 #include "daemon/script_api/write_as_user.h"
 #include "daemon/script_api/x_input.h"
 
@@ -30,8 +31,14 @@ class ApiCalls {
 
     // A request that has passed validateRequest → its reply.
     QJsonObject handle(const QJsonObject& request);
+    // From any thread, once cancel is set: a call waiting on input gives up now.
+    void interrupt();
 
   private:
+    // Points are logical. XTest when the display can be reached, else uinput.
+    QString tap(QPointF at);
+    QString swipe(QPointF from, QPointF to, int milliseconds);
+    QString key(const QString& name);
     QJsonObject screenshot(const QString& path);
     QJsonObject colorAt(QPointF at);
     QJsonObject webview(const QString& action);
@@ -40,6 +47,7 @@ class ApiCalls {
     ScriptApiSettings settings_;
     const std::atomic<bool>& cancel_;
     XInput input_;
+    UinputInput uinput_;
     std::unique_ptr<daemon::ScriptLog> log_;
 };
 

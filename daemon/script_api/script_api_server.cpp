@@ -51,6 +51,7 @@ ScriptApiServer::ScriptApiServer(ScriptApiSettings settings) : settings_(std::mo
 
 ScriptApiServer::~ScriptApiServer() {
     stopping_.store(true);
+    calls_->interrupt(); // a call waiting on the main thread would hold up the join below
     if (wakeFd_ >= 0) (void)!::eventfd_write(wakeFd_, 1);
     if (thread_.joinable()) thread_.join();
     for (const Client& client : clients_)

@@ -1,6 +1,7 @@
 #include "x_input.h"
 
 #include "api_protocol.h"
+#include "swipe_plan.h"
 
 #include <QFile>
 
@@ -15,9 +16,6 @@
 
 namespace brisko::scriptapi {
 namespace {
-
-constexpr int kSwipeStepMs = 16; // about one frame
-constexpr int kMaxSwipeMs = 10'000;
 
 // The daemon has no XAUTHORITY of its own: hand Xlib the session's cookie for this display.
 // Xlib keeps it for the connections opened after it, so the handover is serialised.
@@ -86,13 +84,12 @@ QString XInput::tap(QPointF at) {
 
 QString XInput::swipe(QPointF from, QPointF to, int milliseconds, const std::atomic<bool>& cancel) {
     if (QString error = ensureOpen(); !error.isEmpty()) return error;
-    const int duration = std::clamp(milliseconds, 0, kMaxSwipeMs);
-    const int steps = std::max(1, duration / kSwipeStepMs);
+    const auto [steps, stepMs] = planSwipe(milliseconds);
     moveTo(from);
     XTestFakeButtonEvent(connection_, Button1, True, CurrentTime);
     XFlush(connection_);
     for (int step = 1; step <= steps && !cancel.load(); ++step) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(duration / steps));
+        std::this_thread::sleep_for(std::chrono::milliseconds(stepMs));
         moveTo(from + (to - from) * (double(step) / steps));
         XFlush(connection_);
     }

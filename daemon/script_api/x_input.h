@@ -25,9 +25,10 @@ class XInput {
     // Gives up between steps once cancel is set: the run is ending.
     QString swipe(QPointF from, QPointF to, int milliseconds, const std::atomic<bool>& cancel);
     QString key(const QString& name);
+    // Connects when not connected: empty when the display can take input, else the reason.
+    QString ensureOpen();
 
   private:
-    QString ensureOpen();
     void moveTo(QPointF at);
 
     QByteArray display_, xauthority_;
