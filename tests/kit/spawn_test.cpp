@@ -2,9 +2,6 @@
 
 #include "kit/BKKit.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QtTest>
 
 using namespace brisko;

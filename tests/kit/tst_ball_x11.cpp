@@ -1,7 +1,5 @@
 // The ball's window on a real X server: shaped so clicks beside it reach the window below,
 // driven by the mouse, and kept on top of windows that are mapped later.
-#include "capture_xvfb.h"
-
 #include "kit/BKKit.h"
 #include "kit/ball/ball_state.h"
 #include "kit/ball/ball_testing.h"
@@ -14,6 +12,8 @@
 
 #include <X11/Xlib.h>
 #include <X11/extensions/XTest.h>
+
+#include "capture_xvfb.h"
 
 using namespace brisko;
 
@@ -113,13 +113,5 @@ class BallX11Test : public QObject {
     }
 };
 
-int main(int argc, char** argv) {
-    PrivateXvfb server(QStringLiteral("800x1000x24"), true);
-    if (server.display().isEmpty()) return 1;
-    qputenv("DISPLAY", server.display().toLocal8Bit());
-    qputenv("QT_QPA_PLATFORM", "xcb");
-    QGuiApplication app(argc, argv);
-    BallX11Test test;
-    return QTest::qExec(&test, argc, argv);
-}
+PRIVATE_XVFB_TEST_MAIN(BallX11Test, "800x1000x24")
 #include "tst_ball_x11.moc"

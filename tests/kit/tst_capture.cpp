@@ -1,6 +1,4 @@
 // Captures of a private display, drawn on by a plain X11 client of the test.
-#include "capture_xvfb.h"
-
 #include "kit/BKKit.h"
 #include "kit/geometry.h"
 #include "kit/geometry_testing.h"
@@ -9,6 +7,8 @@
 #include <QtTest>
 
 #include <X11/Xlib.h>
+
+#include "capture_xvfb.h"
 
 using namespace brisko;
 
@@ -49,19 +49,10 @@ class CaptureTest : public QObject {
     QImage m_scene;                    // what an upright capture must show
     const uint8_t* m_turned = nullptr; // turned frames of one size share the rotation buffer
 
-    void fill(const QRect& rect, QRgb colour) {
-        GC gc = XCreateGC(m_display, DefaultRootWindow(m_display), 0, nullptr);
-        XSetForeground(m_display, gc, colour);
-        XFillRectangle(m_display, DefaultRootWindow(m_display), gc, rect.x(), rect.y(),
-                       unsigned(rect.width()), unsigned(rect.height()));
-        XFreeGC(m_display, gc);
-        XSync(m_display, False);
-    }
-
     void drawScene() {
         QPainter painter(&m_scene);
         for (const Patch& patch : kScene) {
-            fill(patch.rect, patch.colour);
+            fillRoot(m_display, patch.rect, patch.colour);
             painter.fillRect(patch.rect, QColor::fromRgb(0xFF000000u | patch.colour));
         }
     }
@@ -115,7 +106,7 @@ class CaptureTest : public QObject {
         QVERIFY(first.pixels);
         const QImage before = first.image();
         const QRect mark(300, 300, 20, 20);
-        fill(mark, 0x00FFFF);
+        fillRoot(m_display, mark, 0x00FFFF);
         QCOMPARE(first.image(), before);
         const Frame second = capture(0);
         QCOMPARE(second.pixels, first.pixels);
@@ -124,14 +115,5 @@ class CaptureTest : public QObject {
     }
 };
 
-// The server must exist before the application connects to it.
-int main(int argc, char** argv) {
-    PrivateXvfb server(QStringLiteral("1170x2532x24"), true);
-    if (server.display().isEmpty()) return 1;
-    qputenv("DISPLAY", server.display().toLocal8Bit());
-    qputenv("QT_QPA_PLATFORM", "xcb");
-    QGuiApplication app(argc, argv);
-    CaptureTest test;
-    return QTest::qExec(&test, argc, argv);
-}
+PRIVATE_XVFB_TEST_MAIN(CaptureTest, "1170x2532x24")
 #include "tst_capture.moc"

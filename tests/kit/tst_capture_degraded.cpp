@@ -1,10 +1,10 @@
 // Capture where the display is missing, lacks shared memory, is smaller than the frame
 // asked for, or goes away.
-#include "capture_xvfb.h"
-
 #include <QtTest>
 
 #include <memory>
+
+#include "capture_xvfb.h"
 
 class CaptureDegradedTest : public QObject {
     Q_OBJECT

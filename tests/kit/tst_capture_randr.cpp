@@ -1,43 +1,23 @@
 // Capture across a RandR screen change: a nested X server (Xephyr) that xrandr can resize,
 // because Xvfb offers no other size than the one it started with.
-#include "capture_xvfb.h"
-
 #include "kit/BKKit.h"
 
 #include <QGuiApplication>
-#include <QStandardPaths>
 #include <QtTest>
 
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 
+#include "capture_xvfb.h"
+
 using namespace brisko;
 
 namespace {
 
-// Xephyr in a window of a private Xvfb.
-class NestedServer {
-  public:
-    explicit NestedServer(const QString& size) : parent_(QStringLiteral("1700x1700x24"), false) {
-        if (parent_.display().isEmpty() || QStandardPaths::findExecutable("Xephyr").isEmpty()) return;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert("DISPLAY", parent_.display());
-        server_.setProcessEnvironment(env);
-        server_.start("Xephyr", {"-displayfd", "1", "-screen", size, "-nolisten", "tcp", "-ac"});
-        while (!server_.canReadLine() && server_.waitForReadyRead(10000)) {
-        }
-        if (server_.canReadLine()) display_ = ":" + QString::fromLatin1(server_.readLine()).trimmed();
-    }
-    ~NestedServer() {
-        server_.terminate();
-        server_.waitForFinished();
-    }
-    QString display() const { return display_; }
-
-  private:
-    PrivateXvfb parent_;
-    QProcess server_;
-    QString display_;
+// Xephyr in a window of a private Xvfb; members end in reverse order, the nested server first.
+struct NestedServer {
+    PrivateXvfb parent{"1700x1700x24", false};
+    PrivateXvfb nested{"Xephyr", {"-screen", "1200x1600", "-nolisten", "tcp", "-ac"}, parent.display()};
 };
 
 } // namespace
@@ -56,13 +36,8 @@ class CaptureRandrTest : public QObject {
 
     // An asymmetric mark, so a frame that was turned cannot pass for the root.
     void paintMarks() {
-        GC gc = XCreateGC(display_, DefaultRootWindow(display_), 0, nullptr);
-        XSetForeground(display_, gc, 0x102030);
-        XFillRectangle(display_, DefaultRootWindow(display_), gc, 0, 0, 4000, 4000);
-        XSetForeground(display_, gc, 0xFF0000);
-        XFillRectangle(display_, DefaultRootWindow(display_), gc, 10, 20, 300, 40);
-        XFreeGC(display_, gc);
-        XSync(display_, False);
+        fillRoot(display_, QRect(0, 0, 4000, 4000), 0x102030);
+        fillRoot(display_, QRect(10, 20, 300, 40), 0xFF0000);
     }
 
     QImage rootImage() {
@@ -103,12 +78,12 @@ class CaptureRandrTest : public QObject {
 };
 
 int main(int argc, char** argv) {
-    NestedServer server(QStringLiteral("1200x1600"));
-    if (server.display().isEmpty()) {
+    NestedServer server;
+    if (server.nested.display().isEmpty()) {
         std::fprintf(stderr, "Xephyr is not installed (scripts/setup installs it)\n");
         return 1;
     }
-    qputenv("DISPLAY", server.display().toLocal8Bit());
+    qputenv("DISPLAY", server.nested.display().toLocal8Bit());
     qputenv("QT_QPA_PLATFORM", "xcb");
     QGuiApplication app(argc, argv);
     BKKit::initialize();

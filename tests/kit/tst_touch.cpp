@@ -159,7 +159,7 @@ class TouchTest : public QObject {
     void framesBecomePhases() {
         QFETCH(Events, events);
         QFETCH(QString, expected);
-        TouchDecoder decoder({0, 1000}, {0, 2000}, {0, std::vector<TouchSlot>(4)});
+        TouchDecoder decoder({0, 1000}, {0, 2000}, idle());
         QStringList got;
         for (const input_event& e : events)
             if (auto r = decoder.feed(e)) got << QString("%1@(%2,%3)").arg(r->phase).arg(r->x).arg(r->y);
@@ -189,33 +189,35 @@ class TouchTest : public QObject {
     // shape: positions leave the decoder in the portrait frame the geometry maps from. A
     // landscape panel at rest is what the kit calls quad 3.
     void panelCornersInEveryRotation_data() {
-        QTest::addColumn<bool>("landscapePanel");
+        QTest::addColumn<QSize>("span"); // the axes' maxima
+        QTest::addColumn<QSize>("unitsPerMm");
         QTest::addColumn<int>("quad");
         QTest::addColumn<QPoint>("raw");
         QTest::addColumn<QPointF>("logical");
+        // A landscape panel unless the row says otherwise; resolution 0: the device does not say.
+        const auto row = [](const char* name, int quad, QPoint raw, QPointF logical,
+                            QSize span = {1919, 1079}, QSize unitsPerMm = {0, 0}) {
+            QTest::newRow(name) << span << unitsPerMm << quad << raw << logical;
+        };
         const QPoint topLeft(0, 0), topRight(1919, 0);
-        QTest::newRow("landscape at rest, top left") << true << 3 << topLeft << QPointF(0, 0);
-        QTest::newRow("landscape at rest, top right") << true << 3 << topRight << QPointF(1920, 0);
-        QTest::newRow("landscape turned over") << true << 1 << topLeft << QPointF(1920, 1080);
-        QTest::newRow("landscape stood up") << true << 0 << topLeft << QPointF(1080, 0);
-        QTest::newRow("landscape stood up the other way") << true << 2 << topLeft << QPointF(0, 1920);
-        QTest::newRow("portrait on its side") << false << 3 << QPoint(1079, 0) << QPointF(0, 0);
-        QTest::newRow("resolution decides the shape") << true << 3 << topRight << QPointF(1920, 0);
+        row("landscape at rest, top left", 3, topLeft, {0, 0});
+        row("landscape at rest, top right", 3, topRight, {1920, 0});
+        row("landscape turned over", 1, topLeft, {1920, 1080});
+        row("landscape stood up", 0, topLeft, {1080, 0});
+        row("landscape stood up the other way", 2, topLeft, {0, 1920});
+        row("portrait on its side", 3, {1079, 0}, {0, 0}, {1079, 1919});
+        // Equal spans, but 5 units/mm across against 20 down: 384 mm wide, 96 mm tall.
+        row("resolution decides the shape", 3, topRight, {1920, 0}, {1919, 1919}, {5, 20});
     }
     void panelCornersInEveryRotation() {
-        QFETCH(bool, landscapePanel);
+        QFETCH(QSize, span);
+        QFETCH(QSize, unitsPerMm);
         QFETCH(int, quad);
         QFETCH(QPoint, raw);
         QFETCH(QPointF, logical);
         _bkSetScreenForTesting(QSizeF(1080, 1920), 1, quad);
-        TouchAxis x{0, landscapePanel ? 1919 : 1079}, y{0, landscapePanel ? 1079 : 1919};
-        if (QByteArray(QTest::currentDataTag()).startsWith("resolution")) {
-            // Equal spans, but 5 units/mm across against 20 down: 384 mm wide, 96 mm tall.
-            x = {0, 1919, 5};
-            y = {0, 1919, 20};
-            raw = QPoint(1919, 0);
-        }
-        TouchDecoder decoder(x, y, {0, std::vector<TouchSlot>(4)});
+        TouchDecoder decoder({0, span.width(), unitsPerMm.width()}, {0, span.height(), unitsPerMm.height()},
+                             idle());
         std::optional<TouchReport> report;
         for (const input_event& e : down(0, 1, raw.x(), raw.y()))
             if (auto r = decoder.feed(e)) report = r;

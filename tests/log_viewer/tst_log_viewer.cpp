@@ -1,12 +1,13 @@
 #include "log_viewer/BKLogViewController.h"
+#include "tests/support/test_files.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QtTest>
 
 using namespace brisko;
+using namespace brisko::testing;
 
 namespace {
 
@@ -18,13 +19,6 @@ class ToastRecordingLogViewer : public BKLogViewController {
   protected:
     void showToast(const QString& text) override { toasts << text; }
 };
-
-void writeFile(const QString& path, const QByteArray& bytes,
-               QIODevice::OpenMode mode = QIODevice::WriteOnly) {
-    QFile file(path);
-    QVERIFY(file.open(mode));
-    QCOMPARE(file.write(bytes), bytes.size());
-}
 
 QStringList rows(const LogLinesModel& model) {
     QStringList lines;
@@ -41,9 +35,7 @@ class LogViewerTest : public QObject {
     QString m_log;
 
   private slots:
-    void init() {
-        m_log = m_dir.filePath(QStringLiteral("script-%1.log").arg(QDateTime::currentMSecsSinceEpoch()));
-    }
+    void init() { m_log = m_dir.filePath(QString("script-%1.log").arg(QDateTime::currentMSecsSinceEpoch())); }
 
     void opens_data() {
         QTest::addColumn<QByteArray>("bytes");
@@ -63,15 +55,15 @@ class LogViewerTest : public QObject {
         QFETCH(bool, create);
         QFETCH(QStringList, lines);
         QFETCH(QString, copyToast);
-        if (create) writeFile(m_log, bytes);
-        QGuiApplication::clipboard()->setText(QStringLiteral("untouched"));
+        if (create) QVERIFY(writeFile(m_log, bytes));
+        QGuiApplication::clipboard()->setText(QString("untouched"));
         ToastRecordingLogViewer viewer(m_log);
         viewer.loadLogFromFile();
         QCOMPARE(rows(*viewer.lines()), lines);
         viewer.copyLog();
         QCOMPARE(viewer.toasts, QStringList{copyToast});
         QCOMPARE(QGuiApplication::clipboard()->text(),
-                 lines.isEmpty() ? QStringLiteral("untouched") : QString::fromUtf8(bytes));
+                 lines.isEmpty() ? QString("untouched") : QString::fromUtf8(bytes));
     }
 
     // The part before the last screen is indexed on a worker and lands ahead of it.
@@ -79,20 +71,20 @@ class LogViewerTest : public QObject {
         QByteArray bytes;
         for (int i = 0; i < 3000; ++i)
             bytes += "line " + QByteArray::number(i) + '\n';
-        writeFile(m_log, bytes);
+        QVERIFY(writeFile(m_log, bytes));
         LogLinesModel model;
         model.open(m_log);
         QCOMPARE(model.rowCount(), int(LogLinesModel::kTailLines));
-        QCOMPARE(model.lineText(model.rowCount() - 1), QStringLiteral("line 2999"));
+        QCOMPARE(model.lineText(model.rowCount() - 1), QString("line 2999"));
         QTRY_VERIFY(model.isFullyIndexed());
         QCOMPARE(model.rowCount(), 3000);
-        QCOMPARE(model.lineText(0), QStringLiteral("line 0"));
-        QCOMPARE(model.lineText(2488), QStringLiteral("line 2488"));
+        QCOMPARE(model.lineText(0), QString("line 0"));
+        QCOMPARE(model.lineText(2488), QString("line 2488"));
         QVERIFY(model.indexBytes() <= 8 * 3000);
     }
 
     void clearLeavesAnEmptyFile() {
-        writeFile(m_log, "a\nb\n");
+        QVERIFY(writeFile(m_log, "a\nb\n"));
         ToastRecordingLogViewer viewer(m_log);
         viewer.loadLogFromFile();
         viewer.clearLog();
@@ -102,19 +94,19 @@ class LogViewerTest : public QObject {
         viewer.copyLog();
         QCOMPARE(viewer.toasts, QStringList{"日志为空"});
         // The daemon keeps writing after a clear.
-        writeFile(m_log, "after\n", QIODevice::Append);
+        QVERIFY(writeFile(m_log, "after\n", QIODevice::Append));
         QTRY_COMPARE(rows(*viewer.lines()), QStringList{"after"});
     }
 
     void followsAppends() {
-        writeFile(m_log, "one\ntw");
+        QVERIFY(writeFile(m_log, "one\ntw"));
         LogLinesModel model;
         model.open(m_log);
         QSignalSpy changed(&model, &QAbstractItemModel::dataChanged);
-        writeFile(m_log, "o\nthree\n", QIODevice::Append);
+        QVERIFY(writeFile(m_log, "o\nthree\n", QIODevice::Append));
         QTRY_COMPARE(rows(model), (QStringList{"one", "two", "three"}));
         QCOMPARE(changed.size(), 1);
-        writeFile(m_log, "four", QIODevice::Append);
+        QVERIFY(writeFile(m_log, "four", QIODevice::Append));
         QTRY_COMPARE(rows(model), (QStringList{"one", "two", "three", "four"}));
     }
 
@@ -125,16 +117,12 @@ class LogViewerTest : public QObject {
     }
     void picksUpAReplacedFile() {
         QFETCH(bool, rename);
-        writeFile(m_log, "old 1\nold 2\nold 3\n");
+        QVERIFY(writeFile(m_log, "old 1\nold 2\nold 3\n"));
         LogLinesModel model;
         model.open(m_log);
         QSignalSpy reloaded(&model, &LogLinesModel::reloaded);
-        if (rename) {
-            QFile::rename(m_log, m_log + QStringLiteral(".1"));
-            writeFile(m_log, "new\n");
-        } else {
-            writeFile(m_log, "new\n");
-        }
+        if (rename) QVERIFY(QFile::rename(m_log, m_log + ".1"));
+        QVERIFY(writeFile(m_log, "new\n"));
         QTRY_COMPARE(rows(model), QStringList{"new"});
         QVERIFY(reloaded.size() >= 1);
     }
@@ -150,7 +138,7 @@ class LogViewerTest : public QObject {
     void selectionSpansLines() {
         QFETCH(QList<int>, range);
         QFETCH(QString, text);
-        writeFile(m_log, "alpha\nalpha\n日志行\n");
+        QVERIFY(writeFile(m_log, "alpha\nalpha\n日志行\n"));
         BKLogViewController viewer(m_log);
         viewer.loadLogFromFile();
         QCOMPARE(viewer.selectedText(range[0], range[1], range[2], range[3]), text);
@@ -159,18 +147,18 @@ class LogViewerTest : public QObject {
     }
 
     void findLandsOnLineAndColumn() {
-        writeFile(m_log, "first 日志 match\nnone\nsecond match\n");
+        QVERIFY(writeFile(m_log, "first 日志 match\nnone\nsecond match\n"));
         BKLogViewController viewer(m_log);
         viewer.loadLogFromFile();
-        viewer.find(QStringLiteral("match"), true, 0);
+        viewer.find(QString("match"), true, 0);
         QTRY_COMPARE(viewer.matchLine(), 0);
         QCOMPARE(viewer.matchColumn(), 9);
         QCOMPARE(viewer.matchLength(), 5);
-        viewer.find(QStringLiteral("match"), true, 0);
+        viewer.find(QString("match"), true, 0);
         QTRY_COMPARE(viewer.matchLine(), 2);
         QCOMPARE(viewer.matchColumn(), 7);
         // Every match in a line is marked, the current one apart; case folds by default.
-        viewer.find(QStringLiteral("MATCH"), true, 1);
+        viewer.find(QString("MATCH"), true, 1);
         QTRY_COMPARE(viewer.matchLine(), 2);
         const QVariantList marks =
             viewer.lines()->data(viewer.lines()->index(0), LogLinesModel::MatchRole).toList();
@@ -178,10 +166,10 @@ class LogViewerTest : public QObject {
         QCOMPARE(marks[0].toMap().value("from").toInt(), 9);
         QCOMPARE(marks[0].toMap().value("current").toBool(), false);
         viewer.setCaseSensitive(true);
-        QTRY_COMPARE(viewer.findStatus(), QStringLiteral("无匹配"));
+        QTRY_COMPARE(viewer.findStatus(), QString("无匹配"));
         viewer.setCaseSensitive(false);
-        viewer.find(QStringLiteral("absent"), false, 0);
-        QTRY_COMPARE(viewer.findStatus(), QStringLiteral("无匹配"));
+        viewer.find(QString("absent"), false, 0);
+        QTRY_COMPARE(viewer.findStatus(), QString("无匹配"));
         QCOMPARE(viewer.matchLine(), -1);
     }
 };

@@ -3,7 +3,7 @@
 #include "main_screen/main_sections.h"
 #include "main_screen/table_rows.h"
 
-#include <QTest>
+#include <QtTest>
 
 using namespace brisko;
 
@@ -67,23 +67,21 @@ class MainSectionsTest : public QObject {
         const QStringList address{"文件管理", "调试模式", "服务地址"},
             boot{"文件管理", "调试模式", "开机自启"};
         const QString idle = "用于让开发者连接设备进行调试", waiting = "--:8820（等待连接...）";
-        QTest::newRow("before any answer") << "" << boot << "读取状态中... off disabled"
-                                           << "off";
-        QTest::newRow("idle, marker present") << "loaded marker" << boot << idle + " off"
-                                              << "on";
-        QTest::newRow("busy switching on")
-            << "loaded busy on" << address << "切换中... on disabled" << waiting;
-        QTest::newRow("on, no Wi-Fi, status unset, no client")
-            << "loaded on" << address << idle + " on" << waiting;
-        QTest::newRow("on, Wi-Fi, status unset, client") << "loaded on client wifi" << address << idle + " on"
-                                                         << "192.168.1.20:8820（已连接）";
-        QTest::newRow("on, status set wins over the client")
-            << "loaded on client waiting" << address << idle + " on" << waiting;
-        QTest::newRow("off, ordinary install") << "loaded closed" << boot << idle + " off"
-                                               << "off";
-        QTest::newRow("off, privileged install")
-            << "loaded privileged marker" << QStringList{"文件管理", "调试模式"} << idle + " off"
-            << "";
+        const auto row = [](const char* name, const char* flags, const QStringList& rows,
+                            const QString& debug, const QString& last) {
+            QTest::newRow(name) << QString(flags) << rows << debug << last;
+        };
+        row("before any answer", "", boot, "读取状态中... off disabled", "off");
+        row("idle, marker present", "loaded marker", boot, idle + " off", "on");
+        row("busy switching on", "loaded busy on", address, "切换中... on disabled", waiting);
+        row("on, no Wi-Fi, status unset, no client", "loaded on", address, idle + " on", waiting);
+        row("on, Wi-Fi, status unset, client", "loaded on client wifi", address, idle + " on",
+            "192.168.1.20:8820（已连接）");
+        row("on, status set wins over the client", "loaded on client waiting", address, idle + " on",
+            waiting);
+        row("off, ordinary install", "loaded closed", boot, idle + " off", "off");
+        row("off, privileged install", "loaded privileged marker", {"文件管理", "调试模式"}, idle + " off",
+            "");
     }
     void toolRows() {
         QFETCH(QString, flags);

@@ -19,13 +19,12 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QStringList>
+#include <QSaveFile>
 #include <QTimer>
 
 #include <unistd.h>
 
 #include <atomic>
-#include <cstdio>
 
 extern char** environ;
 
@@ -33,56 +32,30 @@ using namespace brisko;
 
 namespace {
 
-struct Config {
-    QByteArray bus;
-    bool silent = false;
-    QString recordPath;
-    int lifetimeMs = 20000;
-};
-
-Config readConfig(const QString& documents) {
-    Config config;
-    config.recordPath = documents + "/fake_floatball.record";
+// key=value lines; a missing file or line leaves the default.
+QHash<QByteArray, QByteArray> readConfig(const QString& documents) {
+    QHash<QByteArray, QByteArray> config{{"record", QFile::encodeName(documents + "/fake_floatball.record")},
+                                         {"lifetime_ms", "20000"}};
     QFile file(documents + "/fake_floatball.conf");
-    if (!file.open(QIODevice::ReadOnly)) return config;
-    for (const QByteArray& line : file.readAll().split('\n')) {
-        const int eq = line.indexOf('=');
-        if (eq < 0) continue;
-        const QByteArray key = line.left(eq).trimmed(), value = line.mid(eq + 1).trimmed();
-        if (key == "bus")
-            config.bus = value;
-        else if (key == "silent")
-            config.silent = value == "1";
-        else if (key == "record")
-            config.recordPath = QString::fromUtf8(value);
-        else if (key == "lifetime_ms")
-            config.lifetimeMs = value.toInt();
-    }
+    if (file.open(QIODevice::ReadOnly))
+        for (const QByteArray& line : file.readAll().split('\n'))
+            if (const qsizetype eq = line.indexOf('='); eq > 0)
+                config.insert(line.left(eq).trimmed(), line.mid(eq + 1).trimmed());
     return config;
 }
 
-QJsonArray startEnvironment() {
-    QJsonArray env;
-    for (char** entry = environ; *entry; ++entry)
-        env.append(QString::fromLocal8Bit(*entry));
-    return env;
+QJsonArray strings(char** list, int count) {
+    QJsonArray array;
+    for (int i = 0; count < 0 ? list[i] != nullptr : i < count; ++i)
+        array.append(QString::fromLocal8Bit(list[i]));
+    return array;
 }
 
-QJsonArray startArguments(int argc, char** argv) {
-    QJsonArray args;
-    for (int i = 0; i < argc; ++i)
-        args.append(QString::fromLocal8Bit(argv[i]));
-    return args;
-}
-
-// Renamed into place, so readers never see half a record; no sync, it is written per ping.
+// Renamed into place, so readers never see half a record.
 void writeRecord(const QString& path, const QJsonObject& record) {
-    const QString partial = path + ".partial";
-    QFile file(partial);
-    if (!file.open(QIODevice::WriteOnly)) return;
-    file.write(QJsonDocument(record).toJson());
-    file.close();
-    std::rename(QFile::encodeName(partial).constData(), QFile::encodeName(path).constData());
+    QSaveFile file(path);
+    if (file.open(QIODevice::WriteOnly)) file.write(QJsonDocument(record).toJson());
+    file.commit();
 }
 
 } // namespace
@@ -90,26 +63,28 @@ void writeRecord(const QString& path, const QJsonObject& record) {
 int main(int argc, char** argv) {
     if (argc < 2) return 64;
     // Taken before anything here changes the environment.
-    QJsonObject record{{"argv", startArguments(argc, argv)},
-                       {"env", startEnvironment()},
-                       {"pid", int(getpid())},
-                       {"uid", int(getuid())},
-                       {"gid", int(getgid())},
-                       {"sid", int(getsid(0))},
-                       {"pings", 0}};
-    const Config config = readConfig(QString::fromLocal8Bit(argv[1]));
-    if (!config.bus.isEmpty()) qputenv("DBUS_SYSTEM_BUS_ADDRESS", config.bus);
+    const QJsonObject record{{"argv", strings(argv, argc)},
+                             {"env", strings(environ, -1)},
+                             {"pid", int(getpid())},
+                             {"uid", int(getuid())},
+                             {"gid", int(getgid())},
+                             {"sid", int(getsid(0))},
+                             {"pings", 0}};
+    const auto config = readConfig(QString::fromLocal8Bit(argv[1]));
+    if (!config.value("bus").isEmpty()) qputenv("DBUS_SYSTEM_BUS_ADDRESS", config.value("bus"));
+    const QString recordPath = QFile::decodeName(config.value("record"));
+    const bool silent = config.value("silent") == "1";
     QCoreApplication app(argc, argv);
 
     static std::atomic<int> pings;
-    notify::addObserver("com.brisko.floatball.ping", [&config, record] {
+    notify::addObserver("com.brisko.floatball.ping", [silent, recordPath, record] {
         QJsonObject updated = record;
         updated["pings"] = ++pings;
-        if (!config.silent) notify::post("com.brisko.floatball.alive");
-        writeRecord(config.recordPath, updated);
+        if (!silent) notify::post("com.brisko.floatball.alive");
+        writeRecord(recordPath, updated);
     });
     notify::waitUntilReady(5000);
-    writeRecord(config.recordPath, record);
-    QTimer::singleShot(config.lifetimeMs, &app, &QCoreApplication::quit);
+    writeRecord(recordPath, record);
+    QTimer::singleShot(config.value("lifetime_ms").toInt(), &app, &QCoreApplication::quit);
     return app.exec();
 }

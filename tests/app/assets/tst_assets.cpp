@@ -4,11 +4,8 @@
 #include "app/assets/digest.h"
 #include "app/assets/natural_order.h"
 #include "platform/bundle/bundle.h"
+#include "tests/support/test_files.h"
 
-#include <QCryptographicHash>
-#include <QRandomGenerator>
-#include <QTemporaryDir>
-#include <QtEndian>
 #include <QtTest>
 
 #include <filesystem>
@@ -19,21 +16,13 @@
 #include <unistd.h>
 
 using namespace brisko;
+using namespace brisko::testing;
 
 namespace {
 
 // "dir/" makes a folder; anything else a file holding content.
 void put(const QString& root, const QString& rel, const QByteArray& content = {}) {
-    const QString path = QDir(root).filePath(rel);
-    const bool folder = rel.endsWith('/');
-    QDir().mkpath(folder ? path : QFileInfo(path).path());
-    QFile file(path);
-    if (!folder && file.open(QIODevice::WriteOnly)) file.write(content);
-}
-
-QByteArray contentOf(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
+    rel.endsWith('/') ? (void)QDir(root).mkpath(rel) : (void)writeFile(QDir(root).filePath(rel), content);
 }
 
 // For names that are not valid UTF-8, which QString cannot carry.
@@ -121,9 +110,9 @@ class AssetsTest : public QObject {
         const QByteArray odd("caf\xe9\xff.txt");
         QVERIFY(putRaw(QFile::encodeName(b()) + "/assets/" + odd, "odd"));
         BKPrepareBundledAssetsIfNeeded();
-        QCOMPARE(contentOf(docs("assets/readme.txt")), "bundled readme");
-        QCOMPARE(contentOf(docs("assets/sub/a.txt")), "A");
-        QCOMPARE(contentOf(docs("app/.config")), "cfg"); // app is copied whole, hidden entries too
+        QCOMPARE(readFile(docs("assets/readme.txt")), "bundled readme");
+        QCOMPARE(readFile(docs("assets/sub/a.txt")), "A");
+        QCOMPARE(readFile(docs("app/.config")), "cfg"); // app is copied whole, hidden entries too
         QVERIFY(access((QFile::encodeName(docs("assets")) + '/' + odd).constData(), F_OK) == 0);
         for (const char* skipped :
              {"assets/.top", "assets/sub/.deep", "assets/.dir", "assets/sub/back", "app/self"})
@@ -137,16 +126,16 @@ class AssetsTest : public QObject {
         put(docs(), "assets/sub/mine.txt", "user only");
         put(docs(), "app/user.lua", "mine");
         BKPrepareBundledAssetsIfNeeded();
-        QCOMPARE(contentOf(docs("assets/readme.txt")), "user edit");
+        QCOMPARE(readFile(docs("assets/readme.txt")), "user edit");
         QVERIFY(exists("app/user.lua"));
 
         put(b(), "assets/new.txt", "new");
         BKPrepareBundledAssetsIfNeeded();
-        QCOMPARE(contentOf(docs("assets/readme.txt")), "bundled readme");
-        QCOMPARE(contentOf(docs("assets/sub/mine.txt")), "user only");
-        QCOMPARE(contentOf(docs("assets/new.txt")), "new");
+        QCOMPARE(readFile(docs("assets/readme.txt")), "bundled readme");
+        QCOMPARE(readFile(docs("assets/sub/mine.txt")), "user only");
+        QCOMPARE(readFile(docs("assets/new.txt")), "new");
         QVERIFY(!exists("app/user.lua")); // app is replaced whole
-        QCOMPARE(contentOf(docs("app/main.lua")), "print(1)");
+        QCOMPARE(readFile(docs("app/main.lua")), "print(1)");
         QCOMPARE(stamps().size(), 2);
     }
 
@@ -170,7 +159,7 @@ class AssetsTest : public QObject {
         BKPrepareBundledAssetsIfNeeded();
         for (const auto& [name, copied] : libraries)
             QVERIFY2(exists(name) == copied, qPrintable(name));
-        QCOMPARE(contentOf(docs("libfb.so")), "new");
+        QCOMPARE(readFile(docs("libfb.so")), "new");
         QVERIFY(!exists("Frameworks"));
     }
 
@@ -179,9 +168,9 @@ class AssetsTest : public QObject {
         put(b(), "Frameworks/");
         QVERIFY(fifo(b(), "Frameworks/libpipe.dylib"));
         BKPrepareBundledAssetsIfNeeded();
-        QCOMPARE(contentOf(docs("assets")), "a user file where the folder would go");
+        QCOMPARE(readFile(docs("assets")), "a user file where the folder would go");
         QVERIFY(!exists("libpipe.dylib"));
-        QCOMPARE(contentOf(docs("app/main.lua")), "print(1)");
+        QCOMPARE(readFile(docs("app/main.lua")), "print(1)");
         QCOMPARE(stamps(), QStringList{BKAppBundleMD5()});
     }
 
@@ -190,7 +179,7 @@ class AssetsTest : public QObject {
         put(b(), "app/main.lua", "print(2)");
         if (!unreadableByAnyone(b(), "app/broken")) QSKIP("no file here fails to read");
         BKPrepareBundledAssetsIfNeeded();
-        QCOMPARE(contentOf(docs("app/main.lua")), "print(1)");
+        QCOMPARE(readFile(docs("app/main.lua")), "print(1)");
         QCOMPARE(QDir(docs()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
                  QStringList({"app", "assets"})); // and no half-copied leftovers
     }

@@ -1,15 +1,13 @@
 #include "app/feedback/feedback.h"
 #include "tests/support/manual_scheduler.h"
 
-#include <QDir>
 #include <QFont>
 #include <QGuiApplication>
-#include <QPointer>
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
-#include <QTest>
+#include <QtTest>
 
 using namespace brisko;
 

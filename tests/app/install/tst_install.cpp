@@ -4,15 +4,12 @@
 #include "app/install/install_location.h"
 #include "app/install/strings_file.h"
 #include "platform/bundle/bundle.h"
+#include "tests/support/test_files.h"
 
-#include <QDir>
-#include <QFile>
-#include <QLocale>
-#include <QStringEncoder>
-#include <QTemporaryDir>
-#include <QTest>
+#include <QtTest>
 
 using namespace brisko;
+using brisko::testing::writeFile;
 
 namespace {
 
@@ -113,14 +110,10 @@ class TestInstall : public QObject {
         QFETCH(QString, folders);
         QFETCH(QString, strings);
         QTemporaryDir dir;
-        auto write = [&](const QString& path, const QByteArray& data) {
-            QDir().mkpath(QFileInfo(dir.filePath(path)).path());
-            QFile file(dir.filePath(path));
-            return file.open(QIODevice::WriteOnly) && file.write(data) == data.size();
-        };
-        if (!info.isEmpty()) QVERIFY(write("Info.plist", info));
+        if (!info.isEmpty()) QVERIFY(writeFile(dir.filePath("Info.plist"), info));
         for (const QString& lang : folders.split(',', Qt::SkipEmptyParts))
-            QVERIFY(write(lang + ".lproj/InfoPlist.strings", QString(strings).replace("%1", lang).toUtf8()));
+            QVERIFY(writeFile(dir.filePath(lang + ".lproj/InfoPlist.strings"),
+                              QString(strings).replace("%1", lang).toUtf8()));
         bundle::setBundlePathForTesting(dir.path());
         QTEST(BKApplicationDisplayName(), "expected");
     }

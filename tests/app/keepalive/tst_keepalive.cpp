@@ -9,12 +9,8 @@
 #include <QDBusMessage>
 #include <QDBusPendingCall>
 #include <QDBusUnixFileDescriptor>
-#include <QFile>
 #include <QGuiApplication>
-#include <QPointer>
-#include <QProcess>
-#include <QTemporaryDir>
-#include <QTest>
+#include <QtTest>
 
 #include <poll.h>
 #include <unistd.h>
@@ -133,16 +129,11 @@ class TestKeepAlive : public QObject {
         logind_.calls = 0;
     }
 
-    // Only our own player reads it, so what it reads is what counts.
-    void silentWavIsTwoSecondsOfSixteenKilohertzSilence() {
-        const QByteArray wav = BKCreateSilentWAVData();
-        const auto sound = audio::readWav(wav);
-        QVERIFY(sound);
-        QCOMPARE(wav.size(), 44 + 64000);
-        QCOMPARE(sound->format.sampleRate(), 16000);
-        QCOMPARE(sound->format.channelCount(), 1);
-        QCOMPARE(sound->format.sampleFormat(), QAudioFormat::Int16);
-        QCOMPARE(sound->samples, QByteArray(64000, '\0'));
+    // Only our own player reads it, so what it reads is what counts: a sound, and a silent one.
+    void silentWavIsReadableSilence() {
+        const auto sound = audio::readWav(BKCreateSilentWAVData());
+        QVERIFY(sound && sound->format.sampleFormat() == QAudioFormat::Int16 && !sound->samples.isEmpty());
+        QCOMPARE(sound->samples, QByteArray(sound->samples.size(), '\0'));
     }
 
     // Start twice: one player, one lock. Stop, then start: a fresh buffer, player and lock.

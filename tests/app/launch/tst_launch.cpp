@@ -7,19 +7,15 @@
 #include "kit/BKKit.h"
 #include "platform/bundle/bundle.h"
 #include "platform/notify/notify.h"
+#include "tests/support/test_files.h"
 
-#include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QProcess>
-#include <QTemporaryDir>
-#include <QTest>
+#include <QtTest>
 
 #include <atomic>
 #include <csignal>
 
 using namespace brisko;
+using namespace brisko::testing;
 
 namespace {
 
@@ -36,16 +32,7 @@ QString fakeDaemonBinary() {
 }
 
 QJsonObject readRecord(const QString& path) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) return {};
-    return QJsonDocument::fromJson(file.readAll()).object();
-}
-
-QStringList strings(const QJsonArray& array) {
-    QStringList list;
-    for (const auto& value : array)
-        list << value.toString();
-    return list;
+    return QJsonDocument::fromJson(readFile(path)).object();
 }
 
 } // namespace
@@ -59,26 +46,15 @@ class LaunchTest : public QObject {
     QString recordPath() const { return m_docs + "/fake_floatball.record"; }
 
     void writeDaemonConfig(bool silent) {
-        QFile conf(m_docs + "/fake_floatball.conf");
-        QVERIFY(conf.open(QIODevice::WriteOnly));
-        conf.write("bus=" + qgetenv("DBUS_SYSTEM_BUS_ADDRESS") + "\nlifetime_ms=8000\n");
-        if (silent) conf.write("silent=1\n");
+        QVERIFY(writeFile(m_docs + "/fake_floatball.conf",
+                          "bus=" + qgetenv("DBUS_SYSTEM_BUS_ADDRESS") +
+                              "\nlifetime_ms=8000\nsilent=" + (silent ? "1" : "0")));
     }
 
     void stopDaemon() {
         const int pid = readRecord(recordPath()).value("pid").toInt();
         if (pid > 0) ::kill(pid, SIGTERM);
         QFile::remove(recordPath());
-    }
-
-    void setMarker(bool present) {
-        QFile marker(BKBootAutostartMarkerPath());
-        if (present) {
-            QVERIFY(marker.open(QIODevice::WriteOnly));
-            marker.write("1");
-        } else {
-            marker.remove();
-        }
     }
 
     // Starts the fake daemon by hand and waits until it observes pings.
@@ -134,7 +110,8 @@ class LaunchTest : public QObject {
         QFETCH(bool, started);
         QFETCH(QStringList, extraArguments);
         writeDaemonConfig(false);
-        setMarker(marker);
+        QFile::remove(BKBootAutostartMarkerPath());
+        if (marker) QVERIFY(writeFile(BKBootAutostartMarkerPath(), "1"));
         if (daemonPresent) QVERIFY(QFile::copy(fakeDaemonBinary(), m_bundle.filePath("floatball")));
         BKSetApplicationInBackground(background);
         s_spawns = 0;
@@ -147,8 +124,9 @@ class LaunchTest : public QObject {
         if (!started) return;
         QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(recordPath()), 5000);
         const QJsonObject record = readRecord(recordPath());
-        QCOMPARE(strings(record["argv"].toArray()),
-                 QStringList({m_bundle.filePath("floatball"), m_docs}) + extraArguments);
+        QCOMPARE(
+            record["argv"].toArray(),
+            QJsonArray::fromStringList(QStringList{m_bundle.filePath("floatball"), m_docs} + extraArguments));
         QVERIFY(record["env"].toArray().isEmpty());
     }
 

@@ -6,9 +6,8 @@
 #include "app/status/runtime_status.h"
 #include "platform/notify/notify.h"
 
-#include <QProcess>
 #include <QSignalSpy>
-#include <QTest>
+#include <QtTest>
 
 using namespace brisko;
 

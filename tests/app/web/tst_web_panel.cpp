@@ -14,11 +14,10 @@
 #include "tests/support/PageServer.h"
 
 #include <QGuiApplication>
-#include <QPointer>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QTcpSocket>
-#include <QTest>
+#include <QtTest>
 
 #include <thread>
 
@@ -68,15 +67,24 @@ struct App {
     }
 };
 
-QByteArray pageRunning(const QByteArray& script) {
-    return "<!doctype html><meta charset=utf-8><body><script>"
-           "function report(v) { fetch('/report?v=' + encodeURIComponent(v)); }\n" +
-           script + "</script></body>";
+// Opens the panel on a page that runs script and can report(v) back to the server.
+bool openPanelRunning(PageServer& server, const QByteArray& script) {
+    if (!server.listenOnLoopback()) return false;
+    server.setPage("/index.html", "<!doctype html><meta charset=utf-8><body><script>"
+                                  "function report(v) { fetch('/report?v=' + encodeURIComponent(v)); }\n" +
+                                      script + "</script></body>");
+    SetWebViewURL(kPanelURL);
+    return true;
 }
 
 QQuickItem* panelItem() {
     BKWebPanelController* panel = BKCurrentWebView();
     return panel && panel->isViewLoaded() ? panel->view() : nullptr;
+}
+
+QQuickItem* showPanel() {
+    SetWebViewURL(kPanelURL);
+    return flushMain() ? panelItem() : nullptr;
 }
 
 } // namespace
@@ -90,9 +98,7 @@ class WebPanelTest : public QObject {
     void showShowCloseUsesOneViewAndLoadsTwice() {
         App app;
         PageServer server;
-        QVERIFY(server.listenOnLoopback());
-        server.setPage("/index.html", pageRunning(""));
-        SetWebViewURL(kPanelURL);
+        QVERIFY(openPanelRunning(server, ""));
         QTRY_COMPARE_WITH_TIMEOUT(server.hits("/index.html"), 1, 30000);
         BKWebPanelController* first = BKCurrentWebView();
         QPointer<QQuickItem> item = panelItem();
@@ -108,30 +114,19 @@ class WebPanelTest : public QObject {
     void showAndCloseSequences_data() {
         QTest::addColumn<std::function<void()>>("calls");
         QTest::addColumn<bool>("shown");
-        QTest::newRow("close with nothing shown") << std::function<void()>(CloseWebView) << false;
-        QTest::newRow("show then close at once") << std::function<void()>([] {
-            SetWebViewURL(kPanelURL);
-            CloseWebView();
-        }) << false;
-        QTest::newRow("close then show") << std::function<void()>([] {
-            CloseWebView();
-            SetWebViewURL(kPanelURL);
-        }) << true;
-        QTest::newRow("show and close from another thread") << std::function<void()>([] {
-            std::thread([] {
-                SetWebViewURL(kPanelURL);
-                CloseWebView();
-            }).join();
-        }) << false;
-        QTest::newRow("show from another thread")
-            << std::function<void()>([] { std::thread([] { SetWebViewURL(kPanelURL); }).join(); }) << true;
-        QTest::newRow("null address") << std::function<void()>([] { SetWebViewURL(nullptr); }) << false;
-        QTest::newRow("malformed address")
-            << std::function<void()>([] { SetWebViewURL("http://exa mple/%zz"); }) << false;
-        QTest::newRow("no navigation controller") << std::function<void()>([] {
-            _rootNav = nullptr;
-            SetWebViewURL(kPanelURL);
-        }) << false;
+        const auto row = [](const char* name, bool shown, std::function<void()> calls) {
+            QTest::newRow(name) << calls << shown;
+        };
+        const auto show = [] { SetWebViewURL(kPanelURL); };
+        row("close with nothing shown", false, CloseWebView);
+        row("show then close at once", false, [=] { show(), CloseWebView(); });
+        row("close then show", true, [=] { CloseWebView(), show(); });
+        row("show and close from another thread", false,
+            [=] { std::thread([=] { show(), CloseWebView(); }).join(); });
+        row("show from another thread", true, [=] { std::thread(show).join(); });
+        row("null address", false, [] { SetWebViewURL(nullptr); });
+        row("malformed address", false, [] { SetWebViewURL("http://exa mple/%zz"); });
+        row("no navigation controller", false, [=] { _rootNav = nullptr, show(); });
     }
 
     void showAndCloseSequences() {
@@ -146,9 +141,7 @@ class WebPanelTest : public QObject {
     void panelCoversTheBarAndPushedScreens() {
         App app;
         app.nav->pushViewController(new ui::ViewController, false);
-        SetWebViewURL(kPanelURL);
-        QVERIFY(flushMain());
-        QQuickItem* panel = panelItem();
+        QQuickItem* panel = showPanel();
         QVERIFY(panel);
         QQuickItem* navView = app.nav->view();
         QCOMPARE(panel->parentItem(), navView);
@@ -190,9 +183,7 @@ class WebPanelTest : public QObject {
         QFETCH(QString, answer);
         App app;
         PageServer server;
-        QVERIFY(server.listenOnLoopback());
-        server.setPage("/index.html", pageRunning(script));
-        SetWebViewURL(kPanelURL);
+        QVERIFY(openPanelRunning(server, script));
         QTRY_VERIFY_WITH_TIMEOUT(AlertController::topPresented(), 30000);
         AlertController* alert = AlertController::topPresented();
         QCOMPARE(alert->title(), QString());
@@ -220,9 +211,7 @@ class WebPanelTest : public QObject {
         earlier->addAction("确定");
         app.screen->present(earlier);
         PageServer server;
-        QVERIFY(server.listenOnLoopback());
-        server.setPage("/index.html", pageRunning("report(String(confirm('覆盖在上面')));"));
-        SetWebViewURL(kPanelURL);
+        QVERIFY(openPanelRunning(server, "report(String(confirm('覆盖在上面')));"));
         QTRY_COMPARE_WITH_TIMEOUT(AlertController::presented().size(), 2, 30000);
         QCOMPARE(AlertController::presented().first(), earlier);
         QCOMPARE(AlertController::topPresented()->message(), QString("覆盖在上面"));
@@ -250,9 +239,7 @@ class WebPanelTest : public QObject {
 
     void unreachableServerShowsTheEnginesPageAndNothingElse() {
         App app;
-        SetWebViewURL(kPanelURL);
-        QVERIFY(flushMain());
-        QQuickItem* panel = panelItem();
+        QQuickItem* panel = showPanel();
         QVERIFY(panel);
         QTRY_VERIFY_WITH_TIMEOUT(
             panel->property("loadProgress").toInt() == 100 && !panel->property("loading").toBool(), 30000);

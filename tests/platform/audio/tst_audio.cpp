@@ -2,8 +2,7 @@
 #include "platform/audio/LoopingPlayer.h"
 #include "platform/audio/wav.h"
 
-#include <QTest>
-#include <QtEndian>
+#include <QtTest>
 
 using namespace brisko::audio;
 

@@ -2,12 +2,12 @@
 
 #include "platform/bundle/bundle.h"
 #include "platform/bundle/plist.h"
+#include "tests/support/test_files.h"
 
-#include <QFile>
-#include <QTemporaryDir>
-#include <QTest>
+#include <QtTest>
 
 using namespace brisko::bundle;
+using brisko::testing::writeFile;
 
 class BundleTest : public QObject {
     Q_OBJECT
@@ -18,31 +18,27 @@ class BundleTest : public QObject {
         QTest::addColumn<QString>("key");
         QTest::addColumn<QVariant>("value");
 
-        const QByteArray head = "<?xml version=\"1.0\"?><plist version=\"1.0\">";
-        QTest::newRow("utf-8 string")
-            << head + "<dict><key>CFBundleDisplayName</key><string>脚本</string></dict></plist>"
-            << "CFBundleDisplayName" << QVariant("脚本");
-        QTest::newRow("integer") << head + "<dict><key>n</key><integer>42</integer></dict></plist>"
-                                 << "n" << QVariant(qlonglong(42));
-        QTest::newRow("true") << head + "<dict><key>b</key><true/></dict></plist>"
-                              << "b" << QVariant(true);
-        QTest::newRow("after nested dict")
-            << head + "<dict><key>d</key><dict><key>x</key><string>1</string></dict>"
-                      "<key>after</key><string>yes</string></dict></plist>"
-            << "after" << QVariant("yes");
-        QTest::newRow("after array") << head + "<dict><key>a</key><array><string>1</string><true/></array>"
-                                               "<key>after</key><string>yes</string></dict></plist>"
-                                     << "after" << QVariant("yes");
-        QTest::newRow("entities") << head + "<dict><key>k</key><string>a &amp; b</string></dict></plist>"
-                                  << "k" << QVariant("a & b");
-        QTest::newRow("truncated keeps what was read")
-            << head + "<dict><key>k</key><string>v</string><key>x</key><str"
-            << "k" << QVariant("v");
-        QTest::newRow("value without key is dropped")
-            << head + "<dict><string>lost</string><key>k</key><string>v</string></dict>"
-            << "k" << QVariant("v");
-        QTest::newRow("not a plist") << QByteArray("garbage \x01\x02") << "k" << QVariant();
-        QTest::newRow("empty") << QByteArray() << "k" << QVariant();
+        const auto row = [](const char* name, const QByteArray& xml, const char* key, const QVariant& value) {
+            QTest::newRow(name) << xml << QString(key) << value;
+        };
+        const QByteArray head = "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>",
+                         tail = "</dict></plist>";
+        const QByteArray thenAfter = "<key>after</key><string>yes</string>" + tail;
+        row("utf-8 string", head + "<key>CFBundleDisplayName</key><string>脚本</string>" + tail,
+            "CFBundleDisplayName", "脚本");
+        row("integer", head + "<key>n</key><integer>42</integer>" + tail, "n", qlonglong(42));
+        row("true", head + "<key>b</key><true/>" + tail, "b", true);
+        row("after nested dict", head + "<key>d</key><dict><key>x</key><string>1</string></dict>" + thenAfter,
+            "after", "yes");
+        row("after array", head + "<key>a</key><array><string>1</string><true/></array>" + thenAfter, "after",
+            "yes");
+        row("entities", head + "<key>k</key><string>a &amp; b</string>" + tail, "k", "a & b");
+        row("truncated keeps what was read", head + "<key>k</key><string>v</string><key>x</key><str", "k",
+            "v");
+        row("value without key is dropped",
+            head + "<string>lost</string><key>k</key><string>v</string>" + tail, "k", "v");
+        row("not a plist", "garbage \x01\x02", "k", {});
+        row("empty", {}, "k", {});
     }
 
     void parsesPropertyLists() {
@@ -56,11 +52,9 @@ class BundleTest : public QObject {
         QTemporaryDir dir;
         setBundlePathForTesting(dir.path());
         QCOMPARE(bundleIdentifier(), QString()); // no Info.plist
-        QFile plist(dir.filePath("Info.plist"));
-        QVERIFY(plist.open(QIODevice::WriteOnly));
-        plist.write("<plist><dict><key>CFBundleIdentifier</key><string>com.brisko.app</string>"
-                    "<key>CFBundleVersion</key><integer>3</integer></dict></plist>");
-        plist.close();
+        QVERIFY(writeFile(dir.filePath("Info.plist"),
+                          "<plist><dict><key>CFBundleIdentifier</key><string>com.brisko.app</string>"
+                          "<key>CFBundleVersion</key><integer>3</integer></dict></plist>"));
         QCOMPARE(bundleIdentifier(), QString("com.brisko.app"));
         QCOMPARE(infoString("CFBundleVersion"), QString()); // not a string
         setBundlePathForTesting(QString());

@@ -4,11 +4,9 @@
 #include "platform/device/memory.h"
 #include "platform/device/network.h"
 #include "platform/device/system_files.h"
+#include "tests/support/test_files.h"
 
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
-#include <QTest>
+#include <QtTest>
 
 #include <sys/socket.h>
 #include <sys/utsname.h>
@@ -22,11 +20,8 @@ using Files = QMap<QString, QByteArray>; // system path -> content
 struct FakeRoot {
     QTemporaryDir dir;
     explicit FakeRoot(const Files& files) {
-        for (auto it = files.begin(); it != files.end(); ++it) {
-            QDir().mkpath(QFileInfo(dir.path() + it.key()).path());
-            QFile file(dir.path() + it.key());
-            if (file.open(QIODevice::WriteOnly)) file.write(it.value());
-        }
+        for (auto it = files.begin(); it != files.end(); ++it)
+            testing::writeFile(dir.path() + it.key(), it.value());
         device::setSystemRootForTesting(dir.path());
     }
     ~FakeRoot() { device::setSystemRootForTesting(QString()); }
@@ -60,24 +55,27 @@ class DeviceTest : public QObject {
         QTest::addColumn<QString>("machine");
         QTest::addColumn<QVariant>("serial");
         QTest::addColumn<QString>("system");
+        const auto row = [](const char* name, const Files& files, const char* machine, const QVariant& serial,
+                            const char* system) {
+            QTest::newRow(name) << files << QString(machine) << serial << QString(system);
+        };
         const QString osRelease = "/etc/os-release";
         utsname name{};
         uname(&name);
-        QTest::newRow("PC with DMI") << Files{{kDmiName, "ThinkPad X1\n"},
-                                              {kDmiSerial, "PF2ABCDE\n"},
-                                              {osRelease,
-                                               "NAME=Debian\nPRETTY_NAME=\"Debian 12\"\nVERSION=12\n"}}
-                                     << "ThinkPad X1" << QVariant("PF2ABCDE") << "Debian 12";
-        QTest::newRow("board with a device tree")
-            << Files{{kTreeModel, QByteArray("Raspberry Pi 4\0", 15)},
-                     {kTreeSerial, QByteArray("1000ab\0", 7)},
-                     {osRelease, "NAME=Fedora\nVERSION='39 (Workstation)'\n"}}
-            << "Raspberry Pi 4" << QVariant("1000ab") << "Fedora 39 (Workstation)";
-        QTest::newRow("blank DMI falls through to the device tree")
-            << Files{{kDmiName, "  \n"}, {kDmiSerial, "\n"}, {kTreeModel, "Board"}, {kTreeSerial, "S1"}}
-            << "Board" << QVariant("S1") << "Linux";
-        QTest::newRow("nothing readable")
-            << Files{} << QString::fromUtf8(name.machine) << QVariant() << "Linux";
+        row("PC with DMI",
+            {{kDmiName, "ThinkPad X1\n"},
+             {kDmiSerial, "PF2ABCDE\n"},
+             {osRelease, "NAME=Debian\nPRETTY_NAME=\"Debian 12\"\nVERSION=12\n"}},
+            "ThinkPad X1", "PF2ABCDE", "Debian 12");
+        row("board with a device tree",
+            {{kTreeModel, QByteArray("Raspberry Pi 4\0", 15)},
+             {kTreeSerial, QByteArray("1000ab\0", 7)},
+             {osRelease, "NAME=Fedora\nVERSION='39 (Workstation)'\n"}},
+            "Raspberry Pi 4", "1000ab", "Fedora 39 (Workstation)");
+        row("blank DMI falls through to the device tree",
+            {{kDmiName, "  \n"}, {kDmiSerial, "\n"}, {kTreeModel, "Board"}, {kTreeSerial, "S1"}}, "Board",
+            "S1", "Linux");
+        row("nothing readable", {}, name.machine, {}, "Linux");
     }
     void identity() {
         QFETCH(Files, files);

@@ -1,11 +1,8 @@
 // Main-queue hops from other threads, delayed blocks in order, and the main-thread test.
 
 #include "platform/dispatch/dispatch.h"
-#include "tests/support/manual_scheduler.h"
 
-#include <QSemaphore>
-#include <QTest>
-#include <QThread>
+#include <QtTest>
 
 #include <atomic>
 
@@ -34,23 +31,6 @@ class DispatchTest : public QObject {
         dispatchMainAfter(0.1, [&] { order << "early"; });
         dispatchMainAfter(-1, [&] { order << "now"; });
         QTRY_COMPARE(order, QStringList({"now", "early", "late"}));
-    }
-
-    void manualClockRunsOnlyWhatFallsDue() {
-        testing::ManualScheduler clock;
-        QStringList order;
-        dispatchMainAfter(0.5, [&] {
-            order << "retry";
-            dispatchMainAfter(0.5, [&] { order << "second retry"; });
-        });
-        dispatchMainAfter(0.3, [&] { order << "busy over"; });
-        clock.advance(0.29);
-        QVERIFY(order.isEmpty());
-        clock.advance(0.21);
-        QCOMPARE(order, QStringList({"busy over", "retry"}));
-        QCOMPARE(clock.pendingCount(), 1);
-        clock.advance(0.5);
-        QCOMPARE(order, QStringList({"busy over", "retry", "second retry"}));
     }
 
     void delayedBlockRequestedFromAWorkerRunsOnMain() {

@@ -2,12 +2,8 @@
 
 #include "platform/notify/notify.h"
 
-#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QProcess>
-#include <QSemaphore>
-#include <QThreadPool>
 #include <QtTest>
 
 #include <atomic>

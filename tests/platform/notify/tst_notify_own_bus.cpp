@@ -2,9 +2,6 @@
 
 #include "platform/notify/notify.h"
 
-#include <QFile>
-#include <QProcess>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <atomic>

@@ -6,7 +6,7 @@
 
 #include <QQuickItem>
 #include <QQuickWindow>
-#include <QTest>
+#include <QtTest>
 
 using namespace brisko::ui;
 
