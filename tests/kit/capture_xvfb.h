@@ -38,8 +38,10 @@ class PrivateXvfb {
     void kill() {
         m_server.kill();
         m_server.waitForFinished();
-        QFile::remove(QStringLiteral("/tmp/.X%1-lock").arg(m_display.mid(1)));
+        // Socket first: once the lock is gone another server may take the number, and its fresh
+        // socket must not be the one removed.
         QFile::remove(QStringLiteral("/tmp/.X11-unix/X%1").arg(m_display.mid(1)));
+        QFile::remove(QStringLiteral("/tmp/.X%1-lock").arg(m_display.mid(1)));
     }
 
   private:
