@@ -146,53 +146,66 @@ class DebugLinkTest : public QObject {
     void refusals_data() {
         QTest::addColumn<QByteArray>("request"); // TOKEN stands for the pairing token
         QTest::addColumn<QByteArray>("status");
+        QTest::addColumn<int>("eventClients"); // open before the request
         const QByteArray bearer = "Authorization: Bearer TOKEN\r\n";
         const QByteArray get = "GET /v1/info HTTP/1.1\r\nHost: d\r\n";
         const QByteArray upgrade = "GET /v1/events HTTP/1.1\r\nHost: d\r\nUpgrade: websocket\r\n"
                                    "Connection: Upgrade\r\nSec-WebSocket-Version: 13\r\n"
                                    "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n";
-        QTest::newRow("bearer token") << get + bearer + "\r\n" << QByteArray("HTTP/1.1 200 OK");
+        QTest::newRow("bearer token") << get + bearer + "\r\n" << QByteArray("HTTP/1.1 200 OK") << 0;
         QTest::newRow("token in query") << QByteArray("GET /v1/info?token=TOKEN HTTP/1.1\r\nHost: d\r\n\r\n")
-                                        << QByteArray("HTTP/1.1 200 OK");
-        QTest::newRow("no token") << get + "\r\n" << QByteArray("HTTP/1.1 401");
+                                        << QByteArray("HTTP/1.1 200 OK") << 0;
+        QTest::newRow("no token") << get + "\r\n" << QByteArray("HTTP/1.1 401") << 0;
         QTest::newRow("wrong token") << get + "Authorization: Bearer 0123\r\n\r\n"
-                                     << QByteArray("HTTP/1.1 401");
+                                     << QByteArray("HTTP/1.1 401") << 0;
         QTest::newRow("token in upper case") << get + "Authorization: Bearer UPPER\r\n\r\n"
-                                             << QByteArray("HTTP/1.1 401");
-        QTest::newRow("upgrade without token") << upgrade + "\r\n" << QByteArray("HTTP/1.1 401");
+                                             << QByteArray("HTTP/1.1 401") << 0;
+        QTest::newRow("upgrade without token") << upgrade + "\r\n" << QByteArray("HTTP/1.1 401") << 0;
+        QTest::newRow("ninth events client") << upgrade + bearer + "\r\n"
+                                             << QByteArray("HTTP/1.1 429") << kMaxEventClients;
         QTest::newRow("upgrade elsewhere")
             << QByteArray(upgrade).replace("/v1/events", "/v1/info") + bearer + "\r\n"
-            << QByteArray("HTTP/1.1 404");
-        QTest::newRow("dot dot") << put("/v1/files/../escape.txt", bearer, "x") << QByteArray("HTTP/1.1 40");
+            << QByteArray("HTTP/1.1 404") << 0;
+        QTest::newRow("dot dot") << put("/v1/files/../escape.txt", bearer, "x") << QByteArray("HTTP/1.1 40")
+                                 << 0;
         QTest::newRow("encoded dot dot")
-            << put("/v1/files/%2e%2e/escape.txt", bearer, "x") << QByteArray("HTTP/1.1 400");
+            << put("/v1/files/%2e%2e/escape.txt", bearer, "x") << QByteArray("HTTP/1.1 400") << 0;
         QTest::newRow("encoded slash")
-            << put("/v1/files/a%2f..%2f..%2fescape.txt", bearer, "x") << QByteArray("HTTP/1.1 400");
+            << put("/v1/files/a%2f..%2f..%2fescape.txt", bearer, "x") << QByteArray("HTTP/1.1 400") << 0;
         QTest::newRow("absolute path")
-            << put("/v1/files//tmp/escape.txt", bearer, "x") << QByteArray("HTTP/1.1 400");
+            << put("/v1/files//tmp/escape.txt", bearer, "x") << QByteArray("HTTP/1.1 400") << 0;
         QTest::newRow("link out") << put("/v1/files/out/escape.txt", bearer, "x")
-                                  << QByteArray("HTTP/1.1 400");
+                                  << QByteArray("HTTP/1.1 400") << 0;
         QTest::newRow("link out as file")
-            << put("/v1/files/out", bearer, "x") << QByteArray("HTTP/1.1 200 OK");
+            << put("/v1/files/out", bearer, "x") << QByteArray("HTTP/1.1 200 OK") << 0;
         QTest::newRow("oversized body")
             << "PUT /v1/project HTTP/1.1\r\nHost: d\r\n" + bearer + "Content-Length: 999999999999\r\n\r\n"
-            << QByteArray("HTTP/1.1 413");
+            << QByteArray("HTTP/1.1 413") << 0;
         QTest::newRow("oversized body without token")
             << QByteArray("PUT /v1/project HTTP/1.1\r\nHost: d\r\nContent-Length: 999999999999\r\n\r\n")
-            << QByteArray("HTTP/1.1 401");
+            << QByteArray("HTTP/1.1 401") << 0;
         QTest::newRow("chunked body")
             << "PUT /v1/project HTTP/1.1\r\nHost: d\r\n" + bearer + "Transfer-Encoding: chunked\r\n\r\n"
-            << QByteArray("HTTP/1.1 411");
+            << QByteArray("HTTP/1.1 411") << 0;
         QTest::newRow("huge head") << get + "X-Pad: " + QByteArray(20000, 'a') + "\r\n\r\n"
-                                   << QByteArray("HTTP/1.1 431");
+                                   << QByteArray("HTTP/1.1 431") << 0;
         QTest::newRow("garbage") << QByteArray("\x16\x03\x01\x02\x01 junk\r\n\r\n")
-                                 << QByteArray("HTTP/1.1 431");
+                                 << QByteArray("HTTP/1.1 431") << 0;
     }
     void refusals() {
         QFETCH(QByteArray, request);
         QFETCH(QByteArray, status);
+        QFETCH(int, eventClients);
         Device device;
         const QByteArray token = device.link->token();
+        std::vector<std::unique_ptr<QWebSocket>> clients;
+        int greeted = 0; // the link greets a client once it counts it
+        for (int i = 0; i < eventClients; ++i) {
+            clients.push_back(std::make_unique<QWebSocket>());
+            QObject::connect(clients.back().get(), &QWebSocket::textMessageReceived, [&] { ++greeted; });
+            clients.back()->open(QUrl("ws://" + device.authority() + "/v1/events?token=" + token));
+        }
+        QTRY_COMPARE(greeted, eventClients);
         request.replace("UPPER", token.toUpper()).replace("TOKEN", token);
         const QByteArray reply = exchange(device.link->port(), request);
         QVERIFY2(statusLine(reply).startsWith(status), reply.left(300).constData());
@@ -367,7 +380,8 @@ class DebugLinkTest : public QObject {
         QCOMPARE(connected[1][0].toBool(), false);
     }
 
-    // A project pushed, started, its log line seen on the events socket, then stopped.
+    // A project pushed, started, its log line seen on the events socket, then stopped. Its entry
+    // point is an executable `main`: it runs only if the push kept its mode.
     void pushRunFollowStop() {
         Device device;
         QWebSocket events;
@@ -378,10 +392,11 @@ class DebugLinkTest : public QObject {
         QTRY_COMPARE(messages.size(), 1);
 
         QTemporaryDir project;
-        QFile script(project.filePath("main.sh"));
+        QFile script(project.filePath("main"));
         QVERIFY(script.open(QIODevice::WriteOnly));
-        script.write("echo hello from the push; while :; do sleep 0.05; done\n");
+        script.write("#!/bin/sh\necho hello from the push; while :; do sleep 0.05; done\n");
         script.close();
+        QVERIFY(script.setPermissions(script.permissions() | QFile::ExeOwner));
         const auto cli = [&](const QStringList& words) {
             QProcess process;
             process.start(BRISKO_CLI, QStringList{"--device", device.authority(), "--token",
