@@ -5,6 +5,7 @@
 #include "daemon/ScriptSupervisor.h"
 #include "daemon/debug_link/DebugLink.h"
 #include "daemon/debug_link/pairing_token.h"
+#include "file_manager/zip/unzip.h"
 #include "tests/support/manual_scheduler.h"
 
 #include <QDir>
@@ -122,15 +123,18 @@ QByteArray deflatedZip(const QByteArray& content, quint32 declared, int copies) 
     return zip;
 }
 
-QByteArray zipOf(const QMap<QString, QByteArray>& files) {
-    QTemporaryDir folder;
+bool writeFiles(const QTemporaryDir& folder, const QMap<QString, QByteArray>& files) {
     for (auto it = files.begin(); it != files.end(); ++it) {
         QDir().mkpath(QFileInfo(folder.filePath(it.key())).path());
         QFile out(folder.filePath(it.key()));
-        out.open(QIODevice::WriteOnly);
-        out.write(it.value());
+        if (!out.open(QIODevice::WriteOnly) || out.write(it.value()) != it.value().size()) return false;
     }
-    return brisko::cli::zipFolder(folder.path()).archive;
+    return true;
+}
+
+QByteArray zipOf(const QMap<QString, QByteArray>& files) {
+    QTemporaryDir folder;
+    return writeFiles(folder, files) ? brisko::cli::zipFolder(folder.path()).archive : QByteArray();
 }
 
 QJsonObject parse(const QString& message) {
@@ -354,6 +358,55 @@ class DebugLinkTest : public QObject {
         QVERIFY2(statusLine(reply).startsWith(status), reply.left(200).constData());
         const QByteArray body = reply.mid(reply.indexOf("\r\n\r\n") + 4);
         if (!frame.isNull()) QCOMPARE(QImage::fromData(body, "PNG").size(), frame.size());
+    }
+
+    // The archive push streams: its length is promised before the first file is read, so a
+    // file that changes meanwhile must stop the push rather than break the promise.
+    void streamedArchive_data() {
+        QTest::addColumn<QString>("change"); // after planning
+        QTest::addColumn<bool>("complete");
+        QTest::newRow("as planned") << "" << true;
+        QTest::newRow("a file grew") << "grow" << false;
+        QTest::newRow("a file shrank") << "shrink" << false;
+        QTest::newRow("a file went") << "remove" << false;
+        QTest::newRow("a file became a link") << "link" << false;
+    }
+    void streamedArchive() {
+        QFETCH(QString, change);
+        QFETCH(bool, complete);
+        QTemporaryDir project, out;
+        const QMap<QString, QByteArray> files = {
+            {"main", "#!/bin/sh\n"}, {"empty", ""}, {"lib/深/名前.txt", QByteArray(300000, 'x')}};
+        QVERIFY(writeFiles(project, files));
+        QVERIFY(QFile::setPermissions(project.filePath("main"), QFile::ReadOwner | QFile::WriteOwner |
+                                                                    QFile::ExeOwner | QFile::ReadGroup));
+        const brisko::cli::ProjectPlan plan = brisko::cli::planProject(project.path());
+        QCOMPARE(plan.files.size(), size_t(3));
+        const QString victim = project.filePath("lib/深/名前.txt");
+        if (change == u"grow" || change == u"shrink")
+            QVERIFY(QFile::resize(victim, change == u"grow" ? 300001 : 3));
+        if (change == u"remove" || change == u"link") QVERIFY(QFile::remove(victim));
+        if (change == u"link") QVERIFY(QFile::link(project.filePath("main"), victim));
+        QByteArray zip;
+        const QString error = brisko::cli::writeProjectZip(plan, [&](const char* data, size_t size) {
+            zip.append(data, qsizetype(size));
+            return true;
+        });
+        QCOMPARE(error.isEmpty(), complete);
+        if (!complete) return;
+        QCOMPARE(qint64(zip.size()), plan.archiveBytes);
+        const QString archive = out.filePath("p.zip");
+        QFile file(archive);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(zip) == zip.size());
+        file.close();
+        QVERIFY(brisko::BKUnzipFile(QFile::encodeName(archive).toStdString(),
+                                    QFile::encodeName(out.filePath("app")).toStdString()));
+        for (auto it = files.begin(); it != files.end(); ++it) {
+            QFile unpacked(out.filePath("app/" + it.key()));
+            QVERIFY(unpacked.open(QIODevice::ReadOnly));
+            QCOMPARE(unpacked.readAll(), it.value());
+        }
+        QVERIFY(QFileInfo(out.filePath("app/main")).isExecutable());
     }
 
     // Several computers may watch at once; "connected" covers the first arrival to the last leave.
