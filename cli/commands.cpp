@@ -24,21 +24,29 @@ void writeOut(const QByteArray& bytes) {
 } // namespace
 
 int pushProject(LinkClient& client, const QString& folder) {
-    const ZipResult zip = zipFolder(folder);
-    if (!zip.error.isEmpty()) {
-        std::fprintf(stderr, "brisko-cli: %s\n", qPrintable(zip.error));
+    const ProjectPlan plan = planProject(folder);
+    if (!plan.error.isEmpty()) {
+        std::fprintf(stderr, "brisko-cli: %s\n", qPrintable(plan.error));
         return kUsage;
     }
     // One line, rewritten in place, so a terminal shows the upload moving.
-    const auto progress = [](qint64 sent, qint64 total) {
-        if (total > 0)
-            std::fprintf(stderr, "\rpushing %.1f / %.1f MiB (%d%%)", mebibytes(sent), mebibytes(total),
-                         int(sent * 100 / total));
+    qint64 sent = 0;
+    const auto writer = [&](const ByteSink& sink) {
+        return writeProjectZip(plan, [&](const char* data, size_t size) {
+            sent += qint64(size);
+            std::fprintf(stderr, "\rpushing %.1f / %.1f MiB (%d%%)", mebibytes(sent),
+                         mebibytes(plan.archiveBytes), int(sent * 100 / plan.archiveBytes));
+            return sink(data, size);
+        });
     };
-    const LinkReply reply = client.send("PUT", QStringLiteral("/v1/project"), zip.archive, progress);
+    const LinkReply reply = client.upload(QStringLiteral("/v1/project"), plan.archiveBytes, writer);
     std::fprintf(stderr, "\n");
+    if (!reply.bodyError.isEmpty()) {
+        std::fprintf(stderr, "brisko-cli: %s; nothing was replaced\n", qPrintable(reply.bodyError));
+        return kUsage;
+    }
     if (const int code = client.explain(reply); code != kOk) return code;
-    std::printf("pushed %d files (%.1f MiB)\n", zip.files, mebibytes(zip.archive.size()));
+    std::printf("pushed %d files (%.1f MiB)\n", int(plan.files.size()), mebibytes(plan.archiveBytes));
     return kOk;
 }
 

@@ -1,27 +1,14 @@
 #include "link_client.h"
 
-#include <QEventLoop>
+#include "cli/http_connection.h"
+
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
-#include <QNetworkRequest>
 
 #include <cstdio>
 
 namespace brisko::cli {
 namespace {
-
-QNetworkAccessManager& network() {
-    static QNetworkAccessManager manager;
-    return manager;
-}
-
-void waitFor(QNetworkReply* reply) {
-    QEventLoop loop;
-    QObject::connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
-    if (!reply->isFinished()) loop.exec();
-}
 
 QString serverError(const QByteArray& body) {
     const QJsonObject object = QJsonDocument::fromJson(body).object();
@@ -37,42 +24,48 @@ LinkClient::LinkClient(const QString& device, QByteArray token)
     if (!base_.path().isEmpty() || base_.hasQuery()) base_ = QUrl();
 }
 
-QNetworkReply* LinkClient::start(const QByteArray& verb, const QString& path, const QByteArray& body) {
-    QUrl url = base_;
-    url.setPath(path.section('?', 0, 0));
-    if (path.contains('?')) url.setQuery(path.section('?', 1));
-    QNetworkRequest request(url);
-    request.setRawHeader("Authorization", "Bearer " + token_);
-    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
-    if (!body.isEmpty() || verb == "PUT")
-        request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArray("application/octet-stream"));
-    return network().sendCustomRequest(request, verb, body);
+LinkReply LinkClient::exchange(const QByteArray& verb, const QString& path, qint64 length,
+                               const BodyWriter& writer, const BodySink& sink) const {
+    LinkReply reply;
+    HttpConnection connection;
+    reply.transportError = connection.open(base_.host().toUtf8(), quint16(base_.port()));
+    if (!reply.transportError.isEmpty()) return reply;
+    QByteArray head = verb + ' ' + path.toUtf8() + " HTTP/1.1\r\nHost: " + base_.authority().toUtf8() +
+                      "\r\nAuthorization: Bearer " + token_ + "\r\nConnection: close\r\n";
+    if (length > 0 || verb == "PUT")
+        head += "Content-Type: application/octet-stream\r\nContent-Length: " + QByteArray::number(length) +
+                "\r\n";
+    head += "\r\n";
+    if (connection.write(head.constData(), size_t(head.size())) && writer)
+        reply.bodyError = writer([&](const char* data, size_t size) { return connection.write(data, size); });
+    if (reply.bodyError == kSinkStopped) reply.bodyError.clear(); // the device answered early: read why
+    if (!reply.bodyError.isEmpty()) return reply;
+    // Read even when the body did not go through: a refusal comes before the body is taken.
+    reply.status = connection.readReply(
+        [&](int status, const QByteArray& bytes) {
+            if (sink && status == 200)
+                sink(bytes);
+            else
+                reply.body += bytes;
+        },
+        &reply.transportError);
+    if (reply.status != 0) reply.transportError.clear();
+    return reply;
 }
 
-LinkReply LinkClient::finish(QNetworkReply* reply) {
-    LinkReply result;
-    result.status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    result.body += reply->readAll();
-    if (result.status == 0) result.transportError = reply->errorString();
-    reply->deleteLater();
-    return result;
+LinkReply LinkClient::send(const QByteArray& verb, const QString& path, const QByteArray& body) {
+    const BodyWriter writer = [&body](const ByteSink& sink) {
+        return sink(body.constData(), size_t(body.size())) ? QString() : kSinkStopped;
+    };
+    return exchange(verb, path, body.size(), body.isEmpty() ? BodyWriter() : writer, {});
 }
 
-LinkReply LinkClient::send(const QByteArray& verb, const QString& path, const QByteArray& body,
-                           const Progress& progress) {
-    QNetworkReply* reply = start(verb, path, body);
-    if (progress) QObject::connect(reply, &QNetworkReply::uploadProgress, reply, progress);
-    waitFor(reply);
-    return finish(reply);
+LinkReply LinkClient::upload(const QString& path, qint64 length, const BodyWriter& writer) {
+    return exchange("PUT", path, length, writer, {});
 }
 
-LinkReply LinkClient::stream(const QString& path, const std::function<void(const QByteArray&)>& sink) {
-    QNetworkReply* reply = start("GET", path, {});
-    QObject::connect(reply, &QNetworkReply::readyRead, reply, [reply, sink] {
-        if (reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt() == 200) sink(reply->readAll());
-    });
-    waitFor(reply);
-    return finish(reply);
+LinkReply LinkClient::stream(const QString& path, const BodySink& sink) {
+    return exchange("GET", path, 0, {}, sink);
 }
 
 int LinkClient::explain(const LinkReply& reply) const {

@@ -1,14 +1,13 @@
 #pragma once
-// Requests to a device's debug link, waited for on a local event loop, and what a person should
-// read when one fails.
+// Requests to a device's debug link and what a person should read when one fails.
+
+#include "cli/zip_writer.h"
 
 #include <QByteArray>
 #include <QString>
 #include <QUrl>
 
 #include <functional>
-
-class QNetworkReply;
 
 namespace brisko::cli {
 
@@ -20,6 +19,7 @@ struct LinkReply {
     int status = 0; // 0: no HTTP answer at all
     QByteArray body;
     QString transportError;
+    QString bodyError; // the body could not be produced (set by upload only)
 };
 
 class LinkClient {
@@ -28,19 +28,24 @@ class LinkClient {
     LinkClient(const QString& device, QByteArray token);
     bool isValid() const { return base_.isValid() && !base_.host().isEmpty(); }
 
-    using Progress = std::function<void(qint64 sent, qint64 total)>;
-    LinkReply send(const QByteArray& verb, const QString& path, const QByteArray& body = {},
-                   const Progress& progress = {});
+    using BodySink = std::function<void(const QByteArray&)>;
+    // Writes exactly the announced length through the sink; empty, or why it stopped.
+    using BodyWriter = std::function<QString(const ByteSink& sink)>;
+
+    // path: already percent-encoded, with its query.
+    LinkReply send(const QByteArray& verb, const QString& path, const QByteArray& body = {});
+    // A PUT whose body is written as it is made.
+    LinkReply upload(const QString& path, qint64 length, const BodyWriter& writer);
     // Streams the reply's body to `sink` as it arrives, until the device closes it.
-    LinkReply stream(const QString& path, const std::function<void(const QByteArray&)>& sink);
+    LinkReply stream(const QString& path, const BodySink& sink);
 
     // Prints why a request failed (to stderr) and gives the exit code; kOk for a 2xx reply.
     int explain(const LinkReply& reply) const;
     QString deviceName() const { return base_.authority(); }
 
   private:
-    QNetworkReply* start(const QByteArray& verb, const QString& path, const QByteArray& body);
-    static LinkReply finish(QNetworkReply* reply);
+    LinkReply exchange(const QByteArray& verb, const QString& path, qint64 length, const BodyWriter& writer,
+                       const BodySink& sink) const;
 
     QUrl base_;
     QByteArray token_;

@@ -5,8 +5,7 @@
 #include "cli/commands.h"
 #include "daemon/script_api/api_client.h"
 
-#include <QCoreApplication>
-
+#include <csignal>
 #include <cstdio>
 
 using namespace brisko::cli;
@@ -43,8 +42,11 @@ int runCommand(LinkClient& client, const QStringList& words) {
 } // namespace
 
 int main(int argc, char** argv) {
-    QCoreApplication app(argc, argv);
-    QStringList words = app.arguments().mid(1);
+    // A device that stops reading an upload is a failed write to report, not a reason to die.
+    std::signal(SIGPIPE, SIG_IGN);
+    QStringList words;
+    for (int i = 1; i < argc; ++i)
+        words << QString::fromLocal8Bit(argv[i]);
     if (words.value(0) == u"api") return brisko::scriptapi::runScriptApiCommand(words.mid(1));
     QString device;
     QByteArray token = qgetenv("BRISKO_TOKEN");

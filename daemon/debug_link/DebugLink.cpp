@@ -44,7 +44,7 @@ QByteArray readLog(const QString& path, qint64 offset, qint64 end) {
 DebugLink::DebugLink(QString documents, ScriptSupervisor& supervisor, QObject* parent)
     : QAbstractHttpServer(parent), documents_(std::move(documents)), supervisor_(supervisor),
       tcp_(new LinkTcpServer([this](const RequestHead& head) { return admitHead(head); },
-                             [this](const QUrl& url, const QByteArray& body, QTcpSocket* socket) {
+                             [this](const QUrl& url, const UploadBody& body, QTcpSocket* socket) {
                                  return putBody(url, body, socket);
                              },
                              this)),
@@ -152,10 +152,10 @@ bool DebugLink::route(const QHttpServerRequest& request, QTcpSocket* socket) {
             return true;
         }
     // Uploads normally arrive through putBody; an empty one comes this way.
-    return request.method() == Method::Put && putBody(request.url(), request.body(), socket);
+    return request.method() == Method::Put && putBody(request.url(), UploadBody(), socket);
 }
 
-bool DebugLink::putBody(const QUrl& url, const QByteArray& body, QTcpSocket* socket) {
+bool DebugLink::putBody(const QUrl& url, const UploadBody& body, QTcpSocket* socket) {
     if (url.path() == u"/v1/project") {
         const QString error = replaceAppFolder(documents_, body);
         answer(socket, taskReply(error), error.isEmpty() ? 200 : 422);
@@ -169,7 +169,7 @@ bool DebugLink::putBody(const QUrl& url, const QByteArray& body, QTcpSocket* soc
         return true;
     }
     const bool executable = QUrlQuery(url).queryItemValue(QStringLiteral("executable")) == u"1";
-    const QString error = writeAppFile(documents_, *components, body, executable);
+    const QString error = writeAppFile(documents_, *components, body.bytes(), executable);
     answer(socket, taskReply(error), error.isEmpty() ? 200 : 400);
     return true;
 }

@@ -57,7 +57,7 @@ class DebugLink : public QAbstractHttpServer {
     QJsonObject info() const;
     void command(QTcpSocket* socket, const QString& error);
     void getInfo(const QHttpServerRequest& request, QTcpSocket* socket);
-    bool putBody(const QUrl& url, const QByteArray& body, QTcpSocket* socket);
+    bool putBody(const QUrl& url, const UploadBody& body, QTcpSocket* socket);
     void run(const QHttpServerRequest& request, QTcpSocket* socket);
     void stop(const QHttpServerRequest& request, QTcpSocket* socket);
     void pause(const QHttpServerRequest& request, QTcpSocket* socket);

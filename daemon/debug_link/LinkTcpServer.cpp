@@ -90,7 +90,10 @@ void LinkTcpServer::incomingConnection(qintptr descriptor) {
     // Counted out when it closes: its deletion waits for the event loop, and newcomers should not.
     live_.insert(socket);
     connect(socket, &QTcpSocket::disconnected, this, [this, socket] { live_.remove(socket); });
-    connect(socket, &QObject::destroyed, this, [this, socket] { live_.remove(socket); });
+    connect(socket, &QObject::destroyed, this, [this, socket] {
+        live_.remove(socket);
+        uploads_.erase(socket);
+    });
     connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
     socket->setProperty(kPhaseProperty, int(Phase::Head));
     connect(socket, &QTcpSocket::readyRead, this, [this, socket] {
@@ -135,11 +138,12 @@ void LinkTcpServer::admit(QTcpSocket* socket, const RequestHead& head, qint64 bo
 // The HTTP server gets the request whole: it parses it once instead of again on every piece,
 // and a slow upload never reaches it.
 void LinkTcpServer::awaitBody(QTcpSocket* socket) {
+    if (uploads_.count(socket)) return receiveUpload(socket);
+    if (const qint64 head = socket->property(kUploadHeadProperty).toLongLong(); head > 0)
+        return startUpload(socket, head);
     const qint64 expected = socket->property(kBudgetProperty).toLongLong();
     if (socket->bytesAvailable() < expected) return;
     if (socket->bytesAvailable() > expected) return drop(socket);
-    if (const qint64 head = socket->property(kUploadHeadProperty).toLongLong(); head > 0)
-        return serveUpload(socket, head);
     socket->setProperty(kPhaseProperty, int(Phase::HandingOver));
     socket->setProperty(kBudgetProperty, qint64(0));
     addPendingConnection(socket);
@@ -159,13 +163,37 @@ void LinkTcpServer::refuse(QTcpSocket* socket, const LinkRefusal& refusal) {
 }
 
 // The HTTP server reads a large body from its buffer at a cost that grows with the square of its
-// pieces (seconds for tens of MiB), so uploads are taken from the socket here in one read.
-void LinkTcpServer::serveUpload(QTcpSocket* socket, qint64 headBytes) {
+// pieces (seconds for tens of MiB), so uploads are taken from the socket here, as they arrive,
+// into a memory file.
+void LinkTcpServer::startUpload(QTcpSocket* socket, qint64 headBytes) {
+    socket->setProperty(kUploadHeadProperty, qint64(0));
+    const RequestHead head = parseRequestHead(socket->read(headBytes)).value_or(RequestHead{});
+    auto upload = std::make_unique<PendingUpload>();
+    upload->url = QUrl::fromEncoded(head.target);
+    upload->remaining = socket->property(kBudgetProperty).toLongLong() - headBytes;
+    if (!upload->body.isValid()) return refuse(socket, {503, QStringLiteral("写入失败")});
+    uploads_[socket] = std::move(upload);
+    receiveUpload(socket);
+}
+
+void LinkTcpServer::receiveUpload(QTcpSocket* socket) {
+    PendingUpload& upload = *uploads_.at(socket);
+    char piece[64 * 1024];
+    while (upload.remaining > 0 && socket->bytesAvailable() > 0) {
+        const qint64 n = socket->read(piece, qMin<qint64>(sizeof piece, upload.remaining));
+        if (n <= 0 || !upload.body.append(piece, n)) {
+            uploads_.erase(socket);
+            return refuse(socket, {503, QStringLiteral("写入失败")});
+        }
+        upload.remaining -= n;
+    }
+    if (upload.remaining > 0) return;
+    if (socket->bytesAvailable() > 0) return drop(socket);
+    const std::unique_ptr<PendingUpload> done = std::move(uploads_.at(socket));
+    uploads_.erase(socket);
     socket->setProperty(kPhaseProperty, int(Phase::Served));
     socket->setProperty(kBudgetProperty, qint64(0));
-    const RequestHead head = parseRequestHead(socket->read(headBytes)).value_or(RequestHead{});
-    const QByteArray body = socket->read(socket->bytesAvailable());
-    if (!upload_(QUrl::fromEncoded(head.target), body, socket)) {
+    if (!upload_(done->url, done->body, socket)) {
         socket->write(refusalReply({404, QStringLiteral("未知请求")}));
         socket->disconnectFromHost();
     }

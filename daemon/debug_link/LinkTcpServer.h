@@ -5,6 +5,7 @@
 // whole request to a deadline, so a slow or silent client only ever holds its own slot.
 
 #include "daemon/debug_link/request_head.h"
+#include "daemon/debug_link/upload_body.h"
 
 #include <QSet>
 #include <QString>
@@ -12,7 +13,9 @@
 #include <QUrl>
 
 #include <functional>
+#include <memory>
 #include <optional>
+#include <unordered_map>
 
 class QTcpSocket;
 
@@ -37,7 +40,7 @@ class LinkTcpServer : public QTcpServer {
   public:
     using Admission = std::function<std::optional<LinkRefusal>(const RequestHead& head)>;
     // An admitted PUT with its whole body; true when it answered on the socket.
-    using Upload = std::function<bool(const QUrl& url, const QByteArray& body, QTcpSocket* socket)>;
+    using Upload = std::function<bool(const QUrl& url, const UploadBody& body, QTcpSocket* socket)>;
     LinkTcpServer(Admission admit, Upload upload, QObject* parent = nullptr);
 
     // The connection now carries a stream (no deadline, no body budget) or has become a
@@ -57,11 +60,19 @@ class LinkTcpServer : public QTcpServer {
     void drop(QTcpSocket* socket);
     void armDeadline(QTcpSocket* socket, double seconds);
 
-    void serveUpload(QTcpSocket* socket, qint64 headBytes);
+    void startUpload(QTcpSocket* socket, qint64 headBytes);
+    void receiveUpload(QTcpSocket* socket);
+
+    struct PendingUpload {
+        QUrl url;
+        qint64 remaining;
+        UploadBody body;
+    };
 
     Admission admit_;
     Upload upload_;
     QSet<QTcpSocket*> live_;
+    std::unordered_map<QTcpSocket*, std::unique_ptr<PendingUpload>> uploads_;
 };
 
 } // namespace brisko::daemon

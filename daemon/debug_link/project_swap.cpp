@@ -15,7 +15,6 @@
 #include <ftw.h>
 #include <stdio.h>
 #include <string>
-#include <sys/mman.h>
 #include <thread>
 #include <unistd.h>
 
@@ -44,33 +43,6 @@ bool declaresTooMuch(const QByteArray& zip) {
     }
     return false;
 }
-
-// The extractor reads archives by path; a memory file spares writing the upload to disk first
-// and leaves nothing behind if the daemon dies mid-way.
-class MemoryArchive {
-  public:
-    explicit MemoryArchive(const QByteArray& zip) : fd_(memfd_create("project.zip", MFD_CLOEXEC)) {
-        qsizetype written = 0;
-        while (fd_ >= 0 && written < zip.size()) {
-            const ssize_t n = ::write(fd_, zip.constData() + written, size_t(zip.size() - written));
-            if (n < 0 && errno == EINTR) continue;
-            if (n <= 0) break;
-            written += n;
-        }
-        ok_ = fd_ >= 0 && written == zip.size();
-    }
-    ~MemoryArchive() {
-        if (fd_ >= 0) ::close(fd_);
-    }
-    MemoryArchive(const MemoryArchive&) = delete;
-    MemoryArchive& operator=(const MemoryArchive&) = delete;
-    bool ok() const { return ok_; }
-    std::string path() const { return "/proc/self/fd/" + std::to_string(fd_); }
-
-  private:
-    int fd_;
-    bool ok_ = false;
-};
 
 thread_local DocumentsOwner t_owner;
 
@@ -101,7 +73,7 @@ bool swapIn(const QString& documents, const QByteArray& incoming) {
     return true;
 }
 
-QString unpackAndSwap(const QString& documents, const MemoryArchive& archive, const QByteArray& incoming) {
+QString unpackAndSwap(const QString& documents, const UploadBody& archive, const QByteArray& incoming) {
     t_skipped = 0;
     zip::setSkipSink(countSkip);
     const bool read = BKUnzipFile(archive.path(), incoming.toStdString());
@@ -114,11 +86,10 @@ QString unpackAndSwap(const QString& documents, const MemoryArchive& archive, co
 
 } // namespace
 
-QString replaceAppFolder(const QString& documents, const QByteArray& zip) {
-    if (declaresTooMuch(zip)) return QStringLiteral("压缩包无效或过大");
-    const MemoryArchive archive(zip);
+QString replaceAppFolder(const QString& documents, const UploadBody& archive) {
+    if (declaresTooMuch(archive.bytes())) return QStringLiteral("压缩包无效或过大");
     QByteArray incoming = QFile::encodeName(documents) + "/.app.incoming-XXXXXX";
-    if (!archive.ok() || !mkdtemp(incoming.data())) {
+    if (!mkdtemp(incoming.data())) {
         qCDebug(lcDaemon, "debug link: no room to unpack a project: %s", strerror(errno));
         return QStringLiteral("写入失败");
     }

@@ -60,9 +60,11 @@ bool CentralDirectoryWalk::next(CentralEntry& entry) {
         ended_ = true;
         return false;
     }
+    entry.versionMadeBy = le16(h + 4);
     entry.method = le16(h + 10);
     entry.compressedSize = le32(h + 20);
     entry.uncompressedSize = le32(h + 24);
+    entry.externalAttributes = le32(h + 38);
     entry.localHeaderOffset = le32(h + 42);
     entry.name = std::string_view(reinterpret_cast<const char*>(data_ + position_), nameLength);
     position_ += uint64_t{nameLength} + extraLength + commentLength;

@@ -23,9 +23,11 @@ struct EndRecord {
 std::optional<EndRecord> findEndRecord(const uint8_t* data, uint64_t size);
 
 struct CentralEntry {
+    uint16_t versionMadeBy = 0; // high byte: the host the entry was made on
     uint16_t method = 0;
     uint32_t compressedSize = 0;
     uint32_t uncompressedSize = 0;
+    uint32_t externalAttributes = 0;
     uint32_t localHeaderOffset = 0;
     std::string_view name; // raw bytes, inside the archive
 };

@@ -123,12 +123,12 @@ OutputFile::~OutputFile() {
     discard();
 }
 
-bool OutputFile::create(int folderFd, std::string_view name) {
+bool OutputFile::create(int folderFd, std::string_view name, mode_t mode) {
     discard();
     folderFd_ = folderFd;
     name_.assign(name);
     constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-    fd_ = ::openat(folderFd, name_.c_str(), flags, 0666);
+    fd_ = ::openat(folderFd, name_.c_str(), flags, mode);
     if (fd_ < 0 && errno == EEXIST) {
         // Something already has the name: write beside it and swap on commit.
         static std::atomic<unsigned> counter{0};
@@ -137,7 +137,7 @@ bool OutputFile::create(int folderFd, std::string_view name) {
             std::snprintf(suffix, sizeof suffix, ".bkunzip-%d-%u.tmp", static_cast<int>(::getpid()),
                           counter.fetch_add(1));
             temporaryName_ = std::string(".") + suffix;
-            fd_ = ::openat(folderFd, temporaryName_.c_str(), flags, 0666);
+            fd_ = ::openat(folderFd, temporaryName_.c_str(), flags, mode);
             if (fd_ < 0 && errno != EEXIST) break;
         }
         if (fd_ < 0) temporaryName_.clear();

@@ -51,7 +51,8 @@ class OutputFile {
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
 
-    bool create(int folderFd, std::string_view name);
+    // mode: the permission bits asked of open(), so the umask still applies.
+    bool create(int folderFd, std::string_view name, mode_t mode);
     // Fails when the write fails or would take the file system below its free-space floor.
     bool write(const uint8_t* bytes, uint64_t length);
     bool commit();

@@ -8,6 +8,7 @@
 
 #include "archive_walk.h"
 #include "diagnostics.h"
+#include "entry_mode.h"
 #include "entry_name.h"
 #include "inflate.h"
 #include "mapped_archive.h"
@@ -73,12 +74,15 @@ class Extractor {
   private:
     // Each returns why the entry was passed over, or null when it was written.
     const char* place(const CentralEntry& entry, const std::string& name);
-    const char* writeStored(int folder, std::string_view name, const uint8_t* data, uint32_t length);
+    const char* writeStored(int folder, std::string_view name, const uint8_t* data,
+                            const CentralEntry& entry);
     const char* writeDeflated(int folder, std::string_view name, const uint8_t* data,
                               const CentralEntry& entry);
     uint8_t* buffer();
+    void consumed(const uint8_t* begin, const uint8_t* end);
 
     const MappedArchive& archive_;
+    const uint8_t* unreleased_ = nullptr; // input read since the last release
     size_t destinationLength_;
     OutputTree tree_;
     FreeSpaceGuard guard_;
@@ -97,6 +101,15 @@ uint8_t* Extractor::buffer() {
         bufferFailed_ = !buffer_;
     }
     return buffer_.get();
+}
+
+// Input is let go of in steps, not entry by entry: a release per small file costs more than
+// writing the file.
+void Extractor::consumed(const uint8_t* begin, const uint8_t* end) {
+    if (!unreleased_ || begin < unreleased_) unreleased_ = begin;
+    if (static_cast<uint64_t>(end - unreleased_) < kReleaseStep) return;
+    archive_.release(unreleased_, end);
+    unreleased_ = end;
 }
 
 void Extractor::extract(const CentralEntry& entry) {
@@ -121,18 +134,21 @@ const char* Extractor::place(const CentralEntry& entry, const std::string& name)
     if (folder < 0) return "folder not made";
     if (output.file == ".") return nullptr; // a folder entry: made above
     const uint8_t* data = archive_.data() + *dataStart;
-    if (entry.method == 0) return writeStored(folder, output.file, data, entry.compressedSize);
+    if (entry.method == 0) return writeStored(folder, output.file, data, entry);
     if (entry.method == 8) return writeDeflated(folder, output.file, data, entry);
     return "compression method not supported";
 }
 
-const char* Extractor::writeStored(int folder, std::string_view name, const uint8_t* data, uint32_t length) {
+const char* Extractor::writeStored(int folder, std::string_view name, const uint8_t* data,
+                                   const CentralEntry& entry) {
+    const uint32_t length = entry.compressedSize;
     OutputFile file(guard_);
-    if (!file.create(folder, name)) return "file not created";
+    if (!file.create(folder, name, entryFileMode(entry.versionMadeBy, entry.externalAttributes)))
+        return "file not created";
     for (uint64_t done = 0; done < length;) {
         const uint64_t step = std::min<uint64_t>(length - done, kReleaseStep);
         if (!file.write(data + done, step)) return "write refused or failed"; // the file is discarded
-        archive_.release(data + done, data + done + step);
+        consumed(data + done, data + done + step);
         done += step;
     }
     file.commit();
@@ -143,17 +159,19 @@ const char* Extractor::writeDeflated(int folder, std::string_view name, const ui
                                      const CentralEntry& entry) {
     uint8_t* work = buffer();
     if (!work) return "no inflate buffer";
+    const mode_t mode = entryFileMode(entry.versionMadeBy, entry.externalAttributes);
     if (entry.uncompressedSize <= kOnePieceLimit) {
         const std::optional<size_t> produced =
             inflater_.inflateOnePiece(data, entry.compressedSize, work, entry.uncompressedSize);
         if (!produced) return "corrupt deflate data";
         OutputFile file(guard_);
-        if (!file.create(folder, name) || !file.write(work, *produced)) return "write refused or failed";
+        if (!file.create(folder, name, mode) || !file.write(work, *produced))
+            return "write refused or failed";
         file.commit();
         return nullptr;
     }
     OutputFile file(guard_);
-    if (!file.create(folder, name)) return "file not created";
+    if (!file.create(folder, name, mode)) return "file not created";
     FileSink sink(file, entry.uncompressedSize, archive_, data);
     const StreamOutcome outcome =
         inflater_.inflateStream(data, entry.compressedSize, work, kStreamBufferSize, sink);

@@ -5,6 +5,7 @@
 #include "daemon/ScriptSupervisor.h"
 #include "daemon/debug_link/DebugLink.h"
 #include "daemon/debug_link/pairing_token.h"
+#include "file_manager/zip/unzip.h"
 #include "tests/support/manual_scheduler.h"
 
 #include <QDir>
@@ -122,15 +123,18 @@ QByteArray deflatedZip(const QByteArray& content, quint32 declared, int copies) 
     return zip;
 }
 
-QByteArray zipOf(const QMap<QString, QByteArray>& files) {
-    QTemporaryDir folder;
+bool writeFiles(const QTemporaryDir& folder, const QMap<QString, QByteArray>& files) {
     for (auto it = files.begin(); it != files.end(); ++it) {
         QDir().mkpath(QFileInfo(folder.filePath(it.key())).path());
         QFile out(folder.filePath(it.key()));
-        out.open(QIODevice::WriteOnly);
-        out.write(it.value());
+        if (!out.open(QIODevice::WriteOnly) || out.write(it.value()) != it.value().size()) return false;
     }
-    return brisko::cli::zipFolder(folder.path()).archive;
+    return true;
+}
+
+QByteArray zipOf(const QMap<QString, QByteArray>& files) {
+    QTemporaryDir folder;
+    return writeFiles(folder, files) ? brisko::cli::zipFolder(folder.path()).archive : QByteArray();
 }
 
 QJsonObject parse(const QString& message) {
@@ -146,53 +150,66 @@ class DebugLinkTest : public QObject {
     void refusals_data() {
         QTest::addColumn<QByteArray>("request"); // TOKEN stands for the pairing token
         QTest::addColumn<QByteArray>("status");
+        QTest::addColumn<int>("eventClients"); // open before the request
         const QByteArray bearer = "Authorization: Bearer TOKEN\r\n";
         const QByteArray get = "GET /v1/info HTTP/1.1\r\nHost: d\r\n";
         const QByteArray upgrade = "GET /v1/events HTTP/1.1\r\nHost: d\r\nUpgrade: websocket\r\n"
                                    "Connection: Upgrade\r\nSec-WebSocket-Version: 13\r\n"
                                    "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n";
-        QTest::newRow("bearer token") << get + bearer + "\r\n" << QByteArray("HTTP/1.1 200 OK");
+        QTest::newRow("bearer token") << get + bearer + "\r\n" << QByteArray("HTTP/1.1 200 OK") << 0;
         QTest::newRow("token in query") << QByteArray("GET /v1/info?token=TOKEN HTTP/1.1\r\nHost: d\r\n\r\n")
-                                        << QByteArray("HTTP/1.1 200 OK");
-        QTest::newRow("no token") << get + "\r\n" << QByteArray("HTTP/1.1 401");
+                                        << QByteArray("HTTP/1.1 200 OK") << 0;
+        QTest::newRow("no token") << get + "\r\n" << QByteArray("HTTP/1.1 401") << 0;
         QTest::newRow("wrong token") << get + "Authorization: Bearer 0123\r\n\r\n"
-                                     << QByteArray("HTTP/1.1 401");
+                                     << QByteArray("HTTP/1.1 401") << 0;
         QTest::newRow("token in upper case") << get + "Authorization: Bearer UPPER\r\n\r\n"
-                                             << QByteArray("HTTP/1.1 401");
-        QTest::newRow("upgrade without token") << upgrade + "\r\n" << QByteArray("HTTP/1.1 401");
+                                             << QByteArray("HTTP/1.1 401") << 0;
+        QTest::newRow("upgrade without token") << upgrade + "\r\n" << QByteArray("HTTP/1.1 401") << 0;
+        QTest::newRow("ninth events client") << upgrade + bearer + "\r\n"
+                                             << QByteArray("HTTP/1.1 429") << kMaxEventClients;
         QTest::newRow("upgrade elsewhere")
             << QByteArray(upgrade).replace("/v1/events", "/v1/info") + bearer + "\r\n"
-            << QByteArray("HTTP/1.1 404");
-        QTest::newRow("dot dot") << put("/v1/files/../escape.txt", bearer, "x") << QByteArray("HTTP/1.1 40");
+            << QByteArray("HTTP/1.1 404") << 0;
+        QTest::newRow("dot dot") << put("/v1/files/../escape.txt", bearer, "x") << QByteArray("HTTP/1.1 40")
+                                 << 0;
         QTest::newRow("encoded dot dot")
-            << put("/v1/files/%2e%2e/escape.txt", bearer, "x") << QByteArray("HTTP/1.1 400");
+            << put("/v1/files/%2e%2e/escape.txt", bearer, "x") << QByteArray("HTTP/1.1 400") << 0;
         QTest::newRow("encoded slash")
-            << put("/v1/files/a%2f..%2f..%2fescape.txt", bearer, "x") << QByteArray("HTTP/1.1 400");
+            << put("/v1/files/a%2f..%2f..%2fescape.txt", bearer, "x") << QByteArray("HTTP/1.1 400") << 0;
         QTest::newRow("absolute path")
-            << put("/v1/files//tmp/escape.txt", bearer, "x") << QByteArray("HTTP/1.1 400");
+            << put("/v1/files//tmp/escape.txt", bearer, "x") << QByteArray("HTTP/1.1 400") << 0;
         QTest::newRow("link out") << put("/v1/files/out/escape.txt", bearer, "x")
-                                  << QByteArray("HTTP/1.1 400");
+                                  << QByteArray("HTTP/1.1 400") << 0;
         QTest::newRow("link out as file")
-            << put("/v1/files/out", bearer, "x") << QByteArray("HTTP/1.1 200 OK");
+            << put("/v1/files/out", bearer, "x") << QByteArray("HTTP/1.1 200 OK") << 0;
         QTest::newRow("oversized body")
             << "PUT /v1/project HTTP/1.1\r\nHost: d\r\n" + bearer + "Content-Length: 999999999999\r\n\r\n"
-            << QByteArray("HTTP/1.1 413");
+            << QByteArray("HTTP/1.1 413") << 0;
         QTest::newRow("oversized body without token")
             << QByteArray("PUT /v1/project HTTP/1.1\r\nHost: d\r\nContent-Length: 999999999999\r\n\r\n")
-            << QByteArray("HTTP/1.1 401");
+            << QByteArray("HTTP/1.1 401") << 0;
         QTest::newRow("chunked body")
             << "PUT /v1/project HTTP/1.1\r\nHost: d\r\n" + bearer + "Transfer-Encoding: chunked\r\n\r\n"
-            << QByteArray("HTTP/1.1 411");
+            << QByteArray("HTTP/1.1 411") << 0;
         QTest::newRow("huge head") << get + "X-Pad: " + QByteArray(20000, 'a') + "\r\n\r\n"
-                                   << QByteArray("HTTP/1.1 431");
+                                   << QByteArray("HTTP/1.1 431") << 0;
         QTest::newRow("garbage") << QByteArray("\x16\x03\x01\x02\x01 junk\r\n\r\n")
-                                 << QByteArray("HTTP/1.1 431");
+                                 << QByteArray("HTTP/1.1 431") << 0;
     }
     void refusals() {
         QFETCH(QByteArray, request);
         QFETCH(QByteArray, status);
+        QFETCH(int, eventClients);
         Device device;
         const QByteArray token = device.link->token();
+        std::vector<std::unique_ptr<QWebSocket>> clients;
+        int greeted = 0; // the link greets a client once it counts it
+        for (int i = 0; i < eventClients; ++i) {
+            clients.push_back(std::make_unique<QWebSocket>());
+            QObject::connect(clients.back().get(), &QWebSocket::textMessageReceived, [&] { ++greeted; });
+            clients.back()->open(QUrl("ws://" + device.authority() + "/v1/events?token=" + token));
+        }
+        QTRY_COMPARE(greeted, eventClients);
         request.replace("UPPER", token.toUpper()).replace("TOKEN", token);
         const QByteArray reply = exchange(device.link->port(), request);
         QVERIFY2(statusLine(reply).startsWith(status), reply.left(300).constData());
@@ -343,6 +360,55 @@ class DebugLinkTest : public QObject {
         if (!frame.isNull()) QCOMPARE(QImage::fromData(body, "PNG").size(), frame.size());
     }
 
+    // The archive push streams: its length is promised before the first file is read, so a
+    // file that changes meanwhile must stop the push rather than break the promise.
+    void streamedArchive_data() {
+        QTest::addColumn<QString>("change"); // after planning
+        QTest::addColumn<bool>("complete");
+        QTest::newRow("as planned") << "" << true;
+        QTest::newRow("a file grew") << "grow" << false;
+        QTest::newRow("a file shrank") << "shrink" << false;
+        QTest::newRow("a file went") << "remove" << false;
+        QTest::newRow("a file became a link") << "link" << false;
+    }
+    void streamedArchive() {
+        QFETCH(QString, change);
+        QFETCH(bool, complete);
+        QTemporaryDir project, out;
+        const QMap<QString, QByteArray> files = {
+            {"main", "#!/bin/sh\n"}, {"empty", ""}, {"lib/深/名前.txt", QByteArray(300000, 'x')}};
+        QVERIFY(writeFiles(project, files));
+        QVERIFY(QFile::setPermissions(project.filePath("main"), QFile::ReadOwner | QFile::WriteOwner |
+                                                                    QFile::ExeOwner | QFile::ReadGroup));
+        const brisko::cli::ProjectPlan plan = brisko::cli::planProject(project.path());
+        QCOMPARE(plan.files.size(), size_t(3));
+        const QString victim = project.filePath("lib/深/名前.txt");
+        if (change == u"grow" || change == u"shrink")
+            QVERIFY(QFile::resize(victim, change == u"grow" ? 300001 : 3));
+        if (change == u"remove" || change == u"link") QVERIFY(QFile::remove(victim));
+        if (change == u"link") QVERIFY(QFile::link(project.filePath("main"), victim));
+        QByteArray zip;
+        const QString error = brisko::cli::writeProjectZip(plan, [&](const char* data, size_t size) {
+            zip.append(data, qsizetype(size));
+            return true;
+        });
+        QCOMPARE(error.isEmpty(), complete);
+        if (!complete) return;
+        QCOMPARE(qint64(zip.size()), plan.archiveBytes);
+        const QString archive = out.filePath("p.zip");
+        QFile file(archive);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(zip) == zip.size());
+        file.close();
+        QVERIFY(brisko::BKUnzipFile(QFile::encodeName(archive).toStdString(),
+                                    QFile::encodeName(out.filePath("app")).toStdString()));
+        for (auto it = files.begin(); it != files.end(); ++it) {
+            QFile unpacked(out.filePath("app/" + it.key()));
+            QVERIFY(unpacked.open(QIODevice::ReadOnly));
+            QCOMPARE(unpacked.readAll(), it.value());
+        }
+        QVERIFY(QFileInfo(out.filePath("app/main")).isExecutable());
+    }
+
     // Several computers may watch at once; "connected" covers the first arrival to the last leave.
     void eventClients() {
         Device device;
@@ -367,7 +433,8 @@ class DebugLinkTest : public QObject {
         QCOMPARE(connected[1][0].toBool(), false);
     }
 
-    // A project pushed, started, its log line seen on the events socket, then stopped.
+    // A project pushed, started, its log line seen on the events socket, then stopped. Its entry
+    // point is an executable `main`: it runs only if the push kept its mode.
     void pushRunFollowStop() {
         Device device;
         QWebSocket events;
@@ -378,10 +445,11 @@ class DebugLinkTest : public QObject {
         QTRY_COMPARE(messages.size(), 1);
 
         QTemporaryDir project;
-        QFile script(project.filePath("main.sh"));
+        QFile script(project.filePath("main"));
         QVERIFY(script.open(QIODevice::WriteOnly));
-        script.write("echo hello from the push; while :; do sleep 0.05; done\n");
+        script.write("#!/bin/sh\necho hello from the push; while :; do sleep 0.05; done\n");
         script.close();
+        QVERIFY(script.setPermissions(script.permissions() | QFile::ExeOwner));
         const auto cli = [&](const QStringList& words) {
             QProcess process;
             process.start(BRISKO_CLI, QStringList{"--device", device.authority(), "--token",

@@ -4,6 +4,8 @@
 
 #include "scratch.h"
 
+#include <sys/stat.h>
+
 using namespace ziptest;
 
 namespace {
@@ -25,6 +27,8 @@ class TestUnzipRules : public QObject {
     void walk();
     void onePieceAndStreamed_data();
     void onePieceAndStreamed();
+    void modes_data();
+    void modes();
     void existingFiles();
     void missingArchiveAndDestination();
 };
@@ -109,6 +113,48 @@ void TestUnzipRules::onePieceAndStreamed() {
         QVERIFY(out.size() > 0 && out.size() < size && out == data.left(out.size()));
     else
         QCOMPARE(out, data.left(expected));
+}
+
+void TestUnzipRules::modes_data() {
+    QTest::addColumn<uint16_t>("madeBy");
+    QTest::addColumn<uint32_t>("mode"); // the high half of the external attributes
+    QTest::addColumn<uint32_t>("expected");
+    constexpr uint16_t unix = 0x031E, dos = 0x0014;
+    QTest::newRow("0755 kept") << unix << 0100755u << 0755u;
+    QTest::newRow("0644 kept") << unix << 0100644u << 0644u;
+    QTest::newRow("setuid, setgid, sticky stripped") << unix << 0107755u << 0755u;
+    QTest::newRow("0777 under umask 022") << unix << 0100777u << 0755u;
+    QTest::newRow("bits without a type") << unix << 0700u << 0700u;
+    QTest::newRow("0000 keeps owner rw") << unix << 0100000u << 0600u;
+    QTest::newRow("0111 keeps owner rw") << unix << 0100111u << 0711u;
+    QTest::newRow("DOS host: default") << dos << 0100755u << 0644u;
+    QTest::newRow("no mode: default") << unix << 0u << 0644u;
+    QTest::newRow("a link: default") << unix << 0120777u << 0644u;
+    QTest::newRow("a device: default") << unix << 0020666u << 0644u;
+}
+
+void TestUnzipRules::modes() {
+    QFETCH(uint16_t, madeBy);
+    QFETCH(uint32_t, mode);
+    QFETCH(uint32_t, expected);
+    const mode_t previousUmask = ::umask(022);
+    // Stored, one piece, streamed, and over a file that was there before.
+    std::vector<Entry> entries = {stored("s", "x"), deflated("d", text(1000)), deflated("big", text(600000)),
+                                  stored("old", "new")};
+    for (Entry& e : entries) {
+        e.madeBy = madeBy;
+        e.externalAttributes = mode << 16;
+    }
+    Scratch s;
+    QVERIFY(writeFile(s.dest("old"), "old"));
+    QVERIFY(s.unzip(build(entries)));
+    ::umask(previousUmask);
+    for (const char* name : {"s", "d", "big", "old"}) {
+        struct stat st {};
+        QCOMPARE(::lstat(QFile::encodeName(s.dest(name)).constData(), &st), 0);
+        QVERIFY(S_ISREG(st.st_mode));
+        QCOMPARE(uint32_t(st.st_mode & 07777), expected);
+    }
 }
 
 void TestUnzipRules::existingFiles() {

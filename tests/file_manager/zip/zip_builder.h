@@ -42,6 +42,8 @@ struct Entry {
     std::optional<uint32_t> compressedSize;    // default: payload size
     std::optional<uint32_t> localHeaderOffset; // when set, the entry gets no local header of its own
     QByteArray comment;
+    uint16_t madeBy = 0x031E;        // Unix, version 3.0
+    uint32_t externalAttributes = 0; // a Unix mode sits in the high half
 };
 
 inline Entry stored(const QByteArray& name, const QByteArray& data) {
@@ -80,9 +82,9 @@ inline QByteArray build(const std::vector<Entry>& entries, const Layout& layout 
     const u32 directory = zip.size();
     for (size_t i = 0; i < entries.size(); ++i) {
         const Entry& e = entries[i];
-        put(zip, u32(0x02014b50), u16(0x031E), u16(20), u16(0), e.method, u32(0), u32(0),
+        put(zip, u32(0x02014b50), e.madeBy, u16(20), u16(0), e.method, u32(0), u32(0),
             e.compressedSize.value_or(e.payload.size()), e.uncompressedSize, u16(e.name.size()), u16(0),
-            u16(e.comment.size()), u16(0), u16(0), u32(0), offsets[i]);
+            u16(e.comment.size()), u16(0), u16(0), e.externalAttributes, offsets[i]);
         zip.append(e.name).append(e.comment);
     }
     put(zip, u32(0x06054b50), u16(0), u16(0), layout.entryCount.value_or(entries.size()), u16(entries.size()),
