@@ -27,6 +27,8 @@ class ScriptSupervisor : public QObject {
     ~ScriptSupervisor() override;
 
     ScriptState state() const { return state_; }
+    // Asked to stop, waiting for the script to exit.
+    bool isStopping() const { return stopping_; }
     // Each returns an empty text on success, else the reason as the user should read it.
     QString start();
     QString stop();

@@ -185,10 +185,13 @@ void DebugLink::answerBytes(QTcpSocket* socket, int status, const QByteArray& bo
     socket->disconnectFromHost();
 }
 
-// The supervisor's answer as it stands; a refusal is a conflict with the script's state.
+// The supervisor's answer as it stands; a refusal is a conflict with the script's state. A stop
+// returns before the script has exited, so the reply says it is on its way.
 void DebugLink::command(QTcpSocket* socket, const QString& error) {
     QJsonObject reply = taskReply(error);
-    reply.insert("state", QString::fromLatin1(scriptStateName(supervisor_.state())));
+    reply.insert("state", supervisor_.isStopping()
+                              ? QStringLiteral("stopping")
+                              : QString::fromLatin1(scriptStateName(supervisor_.state())));
     answer(socket, reply, error.isEmpty() ? 200 : 409);
 }
 

@@ -450,12 +450,14 @@ class DebugLinkTest : public QObject {
         script.write("#!/bin/sh\necho hello from the push; while :; do sleep 0.05; done\n");
         script.close();
         QVERIFY(script.setPermissions(script.permissions() | QFile::ExeOwner));
+        QByteArray said;
         const auto cli = [&](const QStringList& words) {
             QProcess process;
             process.start(BRISKO_CLI, QStringList{"--device", device.authority(), "--token",
                                                   QString::fromLatin1(device.link->token())} +
                                           words);
             (void)QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, 20000);
+            said = process.readAllStandardOutput();
             return process.exitCode();
         };
         QCOMPARE(cli({"push", project.path()}), 0);
@@ -468,6 +470,7 @@ class DebugLinkTest : public QObject {
         };
         QTRY_VERIFY_WITH_TIMEOUT(sawLine(), 10000);
         QCOMPARE(cli({"stop"}), 0);
+        QCOMPARE(said, "stop: ok (script stopping)\n"); // the reply comes before the exit
         QTRY_VERIFY(std::any_of(messages.begin(), messages.end(), [](const QJsonObject& m) {
             return m.value("type").toString() == u"state" && m.value("state").toString() == u"stopped";
         }));
