@@ -40,7 +40,7 @@ static bool isBackgroundLaunch(int argc, char** argv) {
 }
 
 int main(int argc, char** argv) {
-    BKInitializeWebEngine();
+    BKInitializeWebEngine(argc, argv);
     QGuiApplication::setApplicationName(QStringLiteral("brisko"));
     if (isBackgroundLaunch(argc, argv)) {
         QCoreApplication app(argc, argv);

@@ -3,8 +3,9 @@
 
 namespace brisko {
 
-// Call first thing in main. Links nothing in: the engine's libraries come with the panel's QML
-// import at the first show, so a launch that never shows the panel does not load them.
-void BKInitializeWebEngine();
+// Call first thing in main, with main's arguments. Links nothing in: the engine's libraries come
+// with the panel's QML import at the first show, so a launch that never shows the panel does not
+// load them.
+void BKInitializeWebEngine(int argc, char** argv);
 
 } // namespace brisko

@@ -8,7 +8,8 @@ namespace brisko::bench {
 
 // Copies the application (and its Info.plist) into bundleRoot, launches it once so the bundle
 // is deployed, then `runs` more times; returns the milliseconds of those runs, or nothing when
-// the application never reports a frame.
-QList<double> timeToFirstFrame(const QString& application, const QString& bundleRoot, int runs);
+// the application never reports a frame. `platform` is the Qt platform plugin it runs on.
+QList<double> timeToFirstFrame(const QString& application, const QString& bundleRoot, int runs,
+                               const QString& platform = QStringLiteral("offscreen"));
 
 } // namespace brisko::bench

@@ -7,7 +7,7 @@
 
 namespace brisko {
 
-void BKInitializeWebEngine() {}
+void BKInitializeWebEngine(int, char**) {}
 void SetWebViewURL(const char*) {}
 void CloseWebView() {}
 BKWebPanelController* BKCurrentWebView() {

@@ -270,7 +270,7 @@ class WebPanelTest : public QObject {
 };
 
 int main(int argc, char** argv) {
-    BKInitializeWebEngine();
+    BKInitializeWebEngine(argc, argv);
     QGuiApplication app(argc, argv);
     WebPanelTest test;
     return QTest::qExec(&test, argc, argv);
