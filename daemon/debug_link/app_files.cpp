@@ -1,6 +1,7 @@
 #include "app_files.h"
 
 #include "daemon/logging.h"
+#include "platform/fileio/unique_fd.h"
 #include "platform/fileio/write_all.h"
 
 #include <QFile>
@@ -18,21 +19,7 @@ namespace {
 
 constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
-class Fd {
-  public:
-    explicit Fd(int fd = -1) : fd_(fd) {}
-    ~Fd() { reset(); }
-    Fd(const Fd&) = delete;
-    Fd& operator=(const Fd&) = delete;
-    int get() const { return fd_; }
-    void reset(int fd = -1) {
-        if (fd_ >= 0) ::close(fd_);
-        fd_ = fd;
-    }
-
-  private:
-    int fd_;
-};
+using Fd = fileio::UniqueFd;
 
 void giveToOwner(int fd, const DocumentsOwner& owner) {
     if (geteuid() == 0 && owner.uid != 0 && fchown(fd, owner.uid, owner.gid) != 0)
@@ -62,8 +49,9 @@ bool replaceFile(int folder, const QByteArray& name, const QByteArray& data, mod
     Fd fd(openat(folder, temporary.constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
     if (fd.get() < 0) return false;
     giveToOwner(fd.get(), owner);
+    // On the disk before the rename, so a power cut leaves the old file or the new, never an empty one.
     if (fchmod(fd.get(), mode) == 0 && fileio::writeAll(fd.get(), data.constData(), size_t(data.size())) &&
-        renameat(folder, temporary.constData(), folder, name.constData()) == 0)
+        fdatasync(fd.get()) == 0 && renameat(folder, temporary.constData(), folder, name.constData()) == 0)
         return true;
     unlinkat(folder, temporary.constData(), 0);
     return false;

@@ -5,6 +5,7 @@
 #include "file_manager/zip/archive_walk.h"
 #include "file_manager/zip/diagnostics.h"
 #include "file_manager/zip/unzip.h"
+#include "platform/fileio/unique_fd.h"
 
 #include <QDir>
 #include <QFile>
@@ -58,18 +59,44 @@ void giveTreeToOwner(const QByteArray& folder, const DocumentsOwner& owner) {
     nftw(folder.constData(), chownEntry, 16, FTW_PHYS);
 }
 
-// The old folder ends up where the new one was made, and goes.
+// Every file of the filesystem the tree is on, the unpacked ones among them.
+bool flushFileSystemOf(const QByteArray& folder) {
+    fileio::UniqueFd fd(::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return fd.get() >= 0 && syncfs(fd.get()) == 0;
+}
+
+bool flushEntriesOf(const QByteArray& folder) {
+    fileio::UniqueFd fd(::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return fd.get() >= 0 && fsync(fd.get()) == 0;
+}
+
+// The old files go on their own thread: the script can start while they are deleted.
+void removeInBackground(const QByteArray& folder) {
+    std::thread([old = QFile::decodeName(folder)] {
+        if (!QDir(old).removeRecursively())
+            qCDebug(lcDaemon, "debug link: the old app folder was not removed in full");
+    }).detach();
+}
+
+// The old folder ends up where the new one was made, and goes. The new files reach the disk
+// before the swap names them "app", and the swap before the old files go: a power cut at any
+// point leaves one whole app folder.
 bool swapIn(const QString& documents, const QByteArray& incoming) {
-    const QByteArray app = QFile::encodeName(documents) + "/app";
+    const QByteArray documentsPath = QFile::encodeName(documents);
+    const QByteArray app = documentsPath + "/app";
+    if (!flushFileSystemOf(incoming)) {
+        qCDebug(lcDaemon, "debug link: the unpacked project did not reach the disk: %s", strerror(errno));
+        return false;
+    }
     const bool swapped =
         renameat2(AT_FDCWD, incoming.constData(), AT_FDCWD, app.constData(), RENAME_EXCHANGE) == 0;
     if (!swapped && (errno != ENOENT || ::rename(incoming.constData(), app.constData()) != 0)) return false;
-    // The old files go on their own thread: the script can start while they are deleted.
-    if (swapped)
-        std::thread([old = QFile::decodeName(incoming)] {
-            if (!QDir(old).removeRecursively())
-                qCDebug(lcDaemon, "debug link: the old app folder was not removed in full");
-        }).detach();
+    if (!swapped) return true;
+    if (flushEntriesOf(documentsPath))
+        removeInBackground(incoming);
+    else
+        qCDebug(lcDaemon, "debug link: the swap is not on the disk yet, the old app folder stays in %s",
+                incoming.constData());
     return true;
 }
 

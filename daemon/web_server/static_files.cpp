@@ -1,5 +1,7 @@
 #include "static_files.h"
 
+#include "platform/fileio/unique_fd.h"
+
 #include <QFile>
 #include <QUrl>
 
@@ -11,16 +13,7 @@
 namespace brisko::web {
 namespace {
 
-// Closes on every return path.
-struct Fd {
-    int value;
-    explicit Fd(int fd) : value(fd) {}
-    ~Fd() {
-        if (value >= 0) ::close(value);
-    }
-    Fd(const Fd&) = delete;
-    Fd& operator=(const Fd&) = delete;
-};
+using Fd = fileio::UniqueFd;
 
 Lookup failureFor(int error) {
     // ELOOP: a link where O_NOFOLLOW stops; ENOTDIR: a link or file used as a folder.
@@ -40,10 +33,10 @@ StaticFile readOpenFile(int fd, const QString& name) {
 // Opens name in dir; a folder gives its index.html.
 StaticFile openFinal(int dir, const QByteArray& name) {
     Fd fd(::openat(dir, name.constData(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
-    if (fd.value < 0) return {failureFor(errno), {}, {}};
+    if (fd.get() < 0) return {failureFor(errno), {}, {}};
     struct stat st {};
-    if (fstat(fd.value, &st) == 0 && S_ISDIR(st.st_mode)) return openFinal(fd.value, "index.html");
-    return readOpenFile(fd.value, QFile::decodeName(name));
+    if (fstat(fd.get(), &st) == 0 && S_ISDIR(st.st_mode)) return openFinal(fd.get(), "index.html");
+    return readOpenFile(fd.get(), QFile::decodeName(name));
 }
 
 } // namespace
@@ -57,15 +50,15 @@ StaticFile readStaticFile(const QString& root, const QByteArray& urlPath) {
     for (const QByteArray& part : parts)
         if (part == "." || part == "..") return {Lookup::Refused, {}, {}};
     Fd dir(::open(QFile::encodeName(root).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (dir.value < 0) return {};
+    if (dir.get() < 0) return {};
     const QByteArray last = parts.isEmpty() ? QByteArray("index.html") : parts.takeLast();
     for (const QByteArray& part : parts) {
         const int next =
-            ::openat(dir.value, part.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+            ::openat(dir.get(), part.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
         if (next < 0) return {failureFor(errno), {}, {}};
-        ::close(std::exchange(dir.value, next));
+        dir.reset(next);
     }
-    return openFinal(dir.value, last);
+    return openFinal(dir.get(), last);
 }
 
 QByteArray contentTypeFor(const QString& fileName) {
