@@ -1,7 +1,7 @@
 #include "WebPanelServer.h"
 
 #include "app/status/notification_names.h"
-#include "daemon/TaskServer.h"
+#include "daemon/GuardedTcpServer.h"
 #include "daemon/request_guard.h"
 #include "daemon/web_server/static_files.h"
 #include "platform/notify/notify.h"
